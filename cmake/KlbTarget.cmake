@@ -1,0 +1,72 @@
+include_guard()
+
+find_package(Threads REQUIRED)
+
+# The project's own compile options for one target: language level, warnings, visibility and
+# sanitizers. Nothing here reaches a project that embeds this one.
+function(klb_configure_target target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /utf-8 /permissive-)
+    if(KLB_WARNINGS_AS_ERRORS)
+      target_compile_options(${target} PRIVATE /WX)
+    endif()
+  else()
+    target_compile_options(${target} PRIVATE
+      -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+      -Wcast-align -Wcast-qual -Wformat=2 -Wundef -Woverloaded-virtual -Wimplicit-fallthrough)
+    if(KLB_WARNINGS_AS_ERRORS)
+      target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      # A shared object with unique symbols can never be unloaded.
+      target_compile_options(${target} PRIVATE -fno-gnu-unique)
+    endif()
+  endif()
+
+  if(KLB_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=${KLB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${KLB_SANITIZE})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      target_compile_options(${target} PRIVATE
+        -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer-ignorelist.txt)
+    endif()
+  endif()
+endfunction()
+
+# Makes the shared library export the names of exported_names.txt and nothing else.
+function(klb_limit_exports target)
+  set(list_file "${PROJECT_SOURCE_DIR}/cmake/exported_names.txt")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list_file}")
+  file(STRINGS "${list_file}" names REGEX "^[^#]")
+  if(MINGW)
+    list(JOIN names "\n" lines)
+    set(script "${CMAKE_CURRENT_BINARY_DIR}/klb.def")
+    file(CONFIGURE OUTPUT "${script}" CONTENT "EXPORTS\n@lines@\n" @ONLY)
+    target_sources(${target} PRIVATE "${script}")
+  elseif(NOT WIN32)
+    list(JOIN names ";\n" lines)
+    set(script "${CMAKE_CURRENT_BINARY_DIR}/klb.map")
+    file(CONFIGURE OUTPUT "${script}" CONTENT "{\nglobal:\n@lines@;\nlocal: *;\n};\n" @ONLY)
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
+    if(NOT KLB_SANITIZE)
+      target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS "${script}")
+  endif()
+endfunction()
+
+# Puts the DLLs that a library needs beside it.
+function(klb_copy_runtime_dlls target)
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different
+      "${KLB_WINDOWS_PREFIX}/bin/libcrypto-3-x64.dll" "$<TARGET_FILE_DIR:${target}>"
+    VERBATIM)
+endfunction()

@@ -1,0 +1,258 @@
+/// \file main.cpp
+/// A small host: Meridian, an editor for maps. It starts the toggle library from a directory of
+/// configuration files and shows the values that its toggles got, and what the library had to say.
+
+#include "klb.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <iomanip>
+#include <iostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kSystemId = "MERIDIAN-0042";
+constexpr int kUsageError = 2;
+
+struct ToggleFile {
+    const char* token;
+    const char* name;
+};
+
+/// print_toggles.json lies there cut short, as after a copy that was interrupted: the library
+/// reports it, and the toggles of its token keep their defaults.
+constexpr std::array kToggleFiles = {
+    ToggleFile{"core", "core_toggles.json"},
+    ToggleFile{"editor", "editor_toggles.json"},
+    ToggleFile{"print", "print_toggles.json"},
+};
+
+enum class Kind { Static, Dynamic };
+
+struct Toggle {
+    const char* key;
+    bool defaultValue;
+    Kind kind;
+    const char* token;
+};
+
+constexpr const char* kLiveTraffic = "/map/liveTraffic";
+
+constexpr std::array kToggles = {
+    Toggle{"/map/gpuRendering", true, Kind::Static, "core"},
+    Toggle{"/map/hillShading", true, Kind::Static, "core"},
+    Toggle{kLiveTraffic, false, Kind::Dynamic, "core"},
+    Toggle{"/map/offlineCache", true, Kind::Static, "core"},
+    Toggle{"/map/vectorTiles", false, Kind::Static, "core"},
+
+    Toggle{"/sync/backgroundUpload", true, Kind::Dynamic, "core"},
+    Toggle{"/sync/meteredNetworks", false, Kind::Dynamic, "core"},
+    Toggle{"/sync/sharedLayers", false, Kind::Static, "core"},
+
+    Toggle{"/editor/autosave", true, Kind::Dynamic, "editor"},
+    Toggle{"/editor/export/geoPackage", false, Kind::Static, "editor"},
+    Toggle{"/editor/export/shapefile", true, Kind::Static, "editor"},
+    Toggle{"/editor/measureTool", true, Kind::Static, "editor"},
+    Toggle{"/editor/snapping/toGrid", true, Kind::Static, "editor"},
+    Toggle{"/editor/snapping/toRoads", false, Kind::Static, "editor"},
+    Toggle{"/editor/spellCheck", false, Kind::Dynamic, "editor"},
+    Toggle{"/editor/undoAcrossSessions", false, Kind::Static, "editor"},
+
+    Toggle{"/print/colourProofing", false, Kind::Static, "print"},
+    Toggle{"/print/cropMarks", true, Kind::Static, "print"},
+    Toggle{"/print/largeFormat", false, Kind::Static, "print"},
+    Toggle{"/print/livePreview", true, Kind::Dynamic, "print"},
+};
+
+struct Message {
+    KLB_MessageType type;
+    std::string text;
+};
+
+std::vector<Message>& messages() {
+    static std::vector<Message> all;
+    return all;
+}
+
+/// Keeps the message and nothing more: the library holds its lock while this runs.
+int keepMessage(KLB_MessageType type, const char* text) {
+    messages().push_back({type, text});
+    return 0;
+}
+
+/// The library takes file names as UTF-8 on every platform.
+std::string toUtf8(const fs::path& path) {
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+/// The library is initialised for as long as this lives; the callback is there from the start.
+class LibrarySession {
+public:
+    LibrarySession() {
+        KLB_InitMessageProc(&keepMessage);
+        KLB_Init(kSystemId, true);
+    }
+    ~LibrarySession() {
+        KLB_Term();
+    }
+    LibrarySession(const LibrarySession&) = delete;
+    LibrarySession& operator=(const LibrarySession&) = delete;
+};
+
+/// The order matters: the override path before any registration, and a file before its toggles.
+void registerAll(const fs::path& configuration) {
+    KLB_SetOverridePath(toUtf8(configuration).c_str());
+    for (const ToggleFile& file : kToggleFiles) {
+        KLB_RegisterToggleFile(KLB_ToggleFileType_Supported, file.token,
+                               toUtf8(configuration / file.name).c_str());
+    }
+    for (const Toggle& toggle : kToggles) {
+        const auto registerToggle =
+            toggle.kind == Kind::Dynamic ? &KLB_RegisterDynamicToggle : &KLB_RegisterToggle;
+        registerToggle(toggle.key, toggle.defaultValue, toggle.token);
+    }
+}
+
+bool currentValue(const Toggle& toggle) {
+    return toggle.kind == Kind::Dynamic ? KLB_GetDynamicToggle(toggle.key)
+                                        : KLB_GetToggle(toggle.key);
+}
+
+const char* onOrOff(bool value) {
+    return value ? "on" : "off";
+}
+
+/// The first segment of a key, which names the part of the product.
+std::string_view groupOf(std::string_view key) {
+    return key.substr(0, key.find('/', 1));
+}
+
+/// Lays out the cells of one line of the table.
+class Table {
+public:
+    Table() {
+        for (const Toggle& toggle : kToggles) {
+            keyWidth_ = std::max(keyWidth_, std::string_view(toggle.key).size());
+        }
+    }
+
+    void printLine(std::string_view mark, std::string_view key, std::string_view defaultValue,
+                   std::string_view value, std::string_view kind) const {
+        std::cout << std::left << std::setw(2) << mark << std::setw(width(keyWidth_)) << key
+                  << std::setw(9) << defaultValue << std::setw(7) << value << kind << '\n';
+    }
+
+    void printHeading() const {
+        printLine("", "Toggle", "Default", "Value", "Kind");
+        printLine("", std::string(keyWidth_, '-'), "-------", "-----", "-------");
+    }
+
+private:
+    /// With the gap to the next column.
+    static int width(std::size_t characters) {
+        return static_cast<int>(characters) + 2;
+    }
+
+    std::size_t keyWidth_ = 0;
+};
+
+void printToggles() {
+    const Table table;
+    table.printHeading();
+    std::string_view group = groupOf(kToggles.front().key);
+    for (const Toggle& toggle : kToggles) {
+        if (groupOf(toggle.key) != group) {
+            group = groupOf(toggle.key);
+            std::cout << '\n';
+        }
+        const bool value = currentValue(toggle);
+        table.printLine(value != toggle.defaultValue ? "*" : "", toggle.key,
+                        onOrOff(toggle.defaultValue), onOrOff(value),
+                        toggle.kind == Kind::Dynamic ? "dynamic" : "static");
+    }
+    std::cout << "\n* The value differs from the default.\n";
+}
+
+/// What the product does with its toggles once it is up.
+void printSessionAtWork() {
+    std::cout << "\nWhile running\n\n";
+
+    const bool before = KLB_GetDynamicToggle(kLiveTraffic);
+    KLB_SetDynamicToggle(kLiveTraffic, true);
+    const bool after = KLB_GetDynamicToggle(kLiveTraffic);
+    std::cout << "  " << kLiveTraffic << ": was " << onOrOff(before) << ", set to "
+              << onOrOff(after) << '\n';
+
+    const char* const unknown = "/editor/timeMachine";
+    std::cout << "  " << unknown << ": " << onOrOff(KLB_GetToggle(unknown))
+              << ", asked for but never registered\n";
+}
+
+void printMessages() {
+    std::cout << "\nMessages from the library (" << messages().size() << ")\n\n";
+    for (const Message& message : messages()) {
+        std::cout << "  " << std::left << std::setw(9)
+                  << (message.type == KLB_MessageType_Warning ? "warning" : "error") << message.text
+                  << '\n';
+    }
+}
+
+void run(const fs::path& configuration) {
+    const LibrarySession session;
+    registerAll(configuration);
+
+    std::cout << "Meridian map editor, system " << kSystemId << "\nConfiguration in "
+              << toUtf8(configuration) << "\n\n";
+    printToggles();
+    printSessionAtWork();
+    printMessages();
+}
+
+/// The library wants whole paths, and on Windows backslashes.
+fs::path wholePath(const fs::path& path) {
+    return fs::absolute(path).lexically_normal().make_preferred();
+}
+
+template <class Character>
+int hostMain(int argc, Character** argv) {
+    if (argc != 2) {
+        std::cerr << "usage: klb_sample_host DIRECTORY\n"
+                     "Shows the feature toggles of a sample product. DIRECTORY holds its\n"
+                     "configuration: the toggle files and the override file.\n";
+        return kUsageError;
+    }
+    try {
+        const fs::path configuration = wholePath(argv[1]);
+        if (!fs::is_directory(configuration)) {
+            std::cerr << "klb_sample_host: not a directory: " << toUtf8(configuration) << '\n';
+            return kUsageError;
+        }
+        run(configuration);
+    } catch (const std::exception& error) {
+        std::cerr << "klb_sample_host: " << error.what() << '\n';
+        return EXIT_FAILURE;
+    }
+    return std::cout.flush() ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace
+
+#if defined(_WIN32)
+extern "C" int wmain(int argc, wchar_t** argv) {
+    return hostMain(argc, argv);
+}
+#else
+int main(int argc, char** argv) {
+    return hostMain(argc, argv);
+}
+#endif

@@ -1,0 +1,77 @@
+#include "klb/manager.h"
+
+#include "registry/toggle_files.h"
+#include "trust/crypto_library.h"
+#include "trust/override_path.h"
+
+#include <string>
+#include <utility>
+
+namespace klb {
+
+namespace {
+
+constexpr std::size_t kMaxDeviceIdLength = 32;
+
+} // namespace
+
+KLBMgr::KLBMgr(const char* systemId, bool enableOverride, const Platform& platform) {
+    registry_.systemId = systemId;
+    registry_.enableOverride = enableOverride;
+    registry_.platform = &platform;
+}
+
+void KLBMgr::adoptDeviceIdentity() {
+    const std::optional<std::string> identity = registry_.platform->deviceIdentity();
+    if (!identity) {
+        return;
+    }
+    std::string deviceId = identity->substr(0, kMaxDeviceIdLength);
+    std::string systemId = deviceId;
+    registry_.deviceId = std::move(deviceId);
+    registry_.systemId = std::move(systemId);
+}
+
+void KLBMgr::setOverridePath(const char* overridePath) {
+    klb::setOverridePath(registry_, overridePath);
+}
+
+bool KLBMgr::isPublished() const noexcept {
+    return static_cast<bool>(hostIdentity_);
+}
+
+void KLBMgr::registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file) {
+    klb::registerToggleFile(registry_, type, token, file);
+}
+
+bool KLBMgr::isFeatureToggleFileRegistered(const char* token) const {
+    return klb::isFeatureToggleFileRegistered(registry_, token);
+}
+
+void KLBMgr::registerToggle(const char* key, bool defaultValue, const char* token, bool isDynamic) {
+    klb::registerToggle(registry_, key, defaultValue, token, isDynamic);
+}
+
+ToggleLookup KLBMgr::lookupToggle(const char* key) const {
+    return klb::lookupToggle(registry_, key);
+}
+
+bool KLBMgr::getToggle(const char* key, bool dynamic) const {
+    return klb::getToggle(registry_, key, dynamic);
+}
+
+void KLBMgr::setDynamicToggle(const char* key, bool value) {
+    klb::setDynamicToggle(registry_, key, value);
+}
+
+std::unique_ptr<KLBMgr> createManager(const char* systemId, bool enableOverride,
+                                      const Platform& platform) {
+    auto manager = std::make_unique<KLBMgr>(systemId, enableOverride, platform);
+    initializeCryptoLibrary();
+    if (*systemId == '\0') {
+        manager->adoptDeviceIdentity();
+    }
+    return manager;
+}
+
+} // namespace klb

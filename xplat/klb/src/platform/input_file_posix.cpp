@@ -1,0 +1,97 @@
+#include "platform/input_file.h"
+
+#include "platform/path_separator.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace klb {
+
+namespace {
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int value) noexcept : value_(value) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : value_(std::exchange(other.value_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&&) = delete;
+    ~FileDescriptor() {
+        if (value_ >= 0) {
+            ::close(value_);
+        }
+    }
+
+    int get() const noexcept {
+        return value_;
+    }
+
+private:
+    int value_;
+};
+
+class PosixInputFile final : public InputFile {
+public:
+    explicit PosixInputFile(FileDescriptor file) noexcept : file_(std::move(file)) {}
+
+    std::optional<std::uint64_t> size() override {
+        struct stat status {};
+        if (::fstat(file_.get(), &status) != 0 || status.st_size < 0) {
+            return std::nullopt;
+        }
+        return static_cast<std::uint64_t>(status.st_size);
+    }
+
+    // The system hands out a little less than 2 GiB at a time, so one request may take two calls.
+    std::size_t read(char* buffer, std::size_t count) override {
+        std::size_t total = 0;
+        while (total < count) {
+            const ssize_t got = ::read(file_.get(), buffer + total, count - total);
+            if (got > 0) {
+                total += static_cast<std::size_t>(got);
+            } else if (got == 0 || errno != EINTR) {
+                break;
+            }
+        }
+        return total;
+    }
+
+private:
+    FileDescriptor file_;
+};
+
+std::string nativeName(std::string path) {
+    if (pathSeparator(path) == '\\') {
+        std::replace(path.begin(), path.end(), '\\', '/');
+    }
+    return path;
+}
+
+int openForReading(const char* name) {
+    int result;
+    do {
+        // O_NONBLOCK: opening a pipe would otherwise wait for its writer.
+        result = ::open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
+bool isRegularFile(int file) {
+    struct stat status {};
+    return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+} // namespace
+
+std::unique_ptr<InputFile> openInputFile(const std::string& path) {
+    FileDescriptor file(openForReading(nativeName(path).c_str()));
+    if (file.get() < 0 || !isRegularFile(file.get())) {
+        return nullptr;
+    }
+    return std::make_unique<PosixInputFile>(std::move(file));
+}
+
+} // namespace klb

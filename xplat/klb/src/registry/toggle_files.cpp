@@ -1,0 +1,114 @@
+#include "registry/toggle_files.h"
+
+#include "core/message_reporter.h"
+#include "core/rollback.h"
+#include "documents/document_loader.h"
+#include "trust/path_services.h"
+
+#include <stdexcept>
+
+namespace klb {
+
+namespace {
+
+/// Makes the record the owner of the path. All or nothing: memory may run out.
+void attachFile(Registry& registry, ToggleFileRecord& record, std::string path, const char* file) {
+    std::string name = file;
+    record.path = std::move(path);
+    Rollback detach([&record]() noexcept { record.path.clear(); });
+    registry.filesByPath.emplace(record.path, &record);
+    detach.commit();
+    record.file = std::move(name);
+    if (registry.certificate) {
+        record.certificate = registry.certificate.get();
+    }
+    record.skipSignatureCheck = registry.noCertificate;
+}
+
+void reportLoadError(const ToggleFileRecord& record) {
+    std::string text = "registerToggleFile: " + record.error + " in file: " + record.path;
+    if (record.errorOffset != 0) {
+        text += " at offset: " + std::to_string(record.errorOffset);
+    }
+    reportDomainError(text);
+}
+
+} // namespace
+
+ToggleFileRecord& registerToggleFileToken(Registry& registry, KLB_ToggleFileType type,
+                                          const char* tokenName) {
+    if (tokenName == nullptr) {
+        throw std::invalid_argument("registerToggleFileToken: toggleFileTokenName cannot be NULL.");
+    }
+    if (ToggleFileRecord* known = findToggleFile(registry, tokenName)) {
+        return *known;
+    }
+    auto created = std::make_unique<ToggleFileRecord>();
+    ToggleFileRecord& record = *created;
+    record.type = type;
+    record.token = tokenName;
+    registry.filesInOrder.push_back(&record);
+    Rollback forget([&registry]() noexcept { registry.filesInOrder.pop_back(); });
+    registry.filesByToken.emplace(record.token, std::move(created));
+    forget.commit();
+    return record;
+}
+
+ToggleFileRecord* findToggleFile(const Registry& registry, std::string_view token) {
+    const auto known = registry.filesByToken.find(token);
+    return known != registry.filesByToken.end() ? known->second.get() : nullptr;
+}
+
+bool isFeatureToggleFileRegistered(const Registry& registry, const char* token) {
+    if (token == nullptr) {
+        reportInvalidArgument("isFeatureToggleFileRegistered: toggleFileToken cannot be NULL.");
+        return false;
+    }
+    return findToggleFile(registry, token) != nullptr;
+}
+
+void registerToggleFile(Registry& registry, KLB_ToggleFileType type, const char* token,
+                        const char* file) {
+    if (type == KLB_ToggleFileType_Invalid) {
+        reportInvalidArgument("registerToggleFile: toggleFileType is an unknown toggle file type.");
+        return;
+    }
+    if (token == nullptr) {
+        reportInvalidArgument("registerToggleFile: toggleFileToken cannot be NULL.");
+        return;
+    }
+    if (file == nullptr) {
+        reportInvalidArgument("registerToggleFile: toggleFile cannot be NULL.");
+        return;
+    }
+    if (*file == '\0') {
+        reportInvalidArgument("registerToggleFile: toggleFile cannot be empty.");
+        return;
+    }
+
+    std::string path = resolveToggleFilePath(file, *registry.platform);
+    ToggleFileRecord& record = registerToggleFileToken(registry, type, token);
+    if (!record.path.empty()) {
+        if (record.path != path) {
+            reportDomainError(
+                "registerToggleFile: toggle file path location as already been set to '" +
+                record.path + "'");
+        }
+        return;
+    }
+    if (registry.filesByPath.contains(path)) {
+        // Hosts know this text with the token of this call, not with the owner's.
+        reportDomainError(
+            "registerToggleFile: toggle file path location as already been registered to '" +
+            record.token + "'");
+        return;
+    }
+
+    attachFile(registry, record, std::move(path), file);
+    loadToggleDocument(record, registry.systemId, *registry.platform);
+    if (!record.error.empty()) {
+        reportLoadError(record);
+    }
+}
+
+} // namespace klb

@@ -1,0 +1,138 @@
+#include "error_mode.h"
+#include "klb.h"
+#include "library_session.h"
+#include "register_toggle_file_helpers.h"
+#include "temp_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <fstream>
+#endif
+
+namespace klb::test {
+namespace {
+
+/// This computer's own identity as the operating system keeps it; empty when it keeps none.
+std::string machineIdentity() {
+#if defined(_WIN32)
+    char guid[256] = {};
+    DWORD size = sizeof guid;
+    if (RegGetValueA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Cryptography", "MachineGuid",
+                     RRF_RT_REG_SZ | RRF_SUBKEY_WOW6464KEY, nullptr, guid,
+                     &size) != ERROR_SUCCESS) {
+        return "";
+    }
+    std::string identity = guid;
+    std::erase(identity, '-');
+    return identity;
+#else
+    std::ifstream file("/etc/machine-id");
+    std::string identity;
+    std::getline(file, identity);
+    return identity;
+#endif
+}
+
+/// What takes the place of an empty system identifier.
+std::string deviceIdentifier() {
+    return machineIdentity().substr(0, 32);
+}
+
+void expectAccepted(ErrorObserver& observer, const TempDirectory& directory,
+                    const std::string& systemId, const std::string& token) {
+    const std::string file =
+        directory.write(token, documentFor(systemId, R"("features":{")" + token + R"(":true})"));
+    observer.expectSilence([&] {
+        registerPlainFile(token, file);
+        EXPECT_TRUE(newToggle("/" + token, token));
+    });
+}
+
+void expectRefused(ErrorObserver& observer, const TempDirectory& directory,
+                   const std::string& systemId, const std::string& token) {
+    const std::string file =
+        directory.write(token, documentFor(systemId, R"("features":{")" + token + R"(":true})"));
+    observer.expectError<std::domain_error>(loadErrorText("ErrorSystemIdDoesNotMatch", file),
+                                            [&] { registerPlainFile(token, file); });
+    observer.expectSilence([&] { EXPECT_FALSE(newToggle("/" + token, token)); });
+}
+
+TEST(DeviceIdentity, TakesThePlaceOfTheEmptySystemIdentifier) {
+    inBothErrorModes([](ErrorObserver& observer) {
+        const TempDirectory directory;
+        const std::string identity = deviceIdentifier();
+        observer.expectSilence([] { KLB_Init("", false); });
+        EXPECT_TRUE(KLB_IsInitialized());
+        {
+            const LibrarySession session("ignored");
+            expectAccepted(observer, directory, identity, "same");
+            expectRefused(observer, directory, identity + "0", "longer");
+            expectRefused(observer, directory, "ignored", "other");
+        }
+    });
+}
+
+TEST(DeviceIdentity, IsComparedWholeAndLeavesNoEmptySystemIdentifier) {
+    const std::string identity = deviceIdentifier();
+    if (identity.empty()) {
+        GTEST_SKIP() << "DeviceIdentity.IsComparedWholeAndLeavesNoEmptySystemIdentifier: this "
+                        "computer has no identity";
+    }
+    inBothErrorModes([&](ErrorObserver& observer) {
+        const TempDirectory directory;
+        const LibrarySession session("");
+        expectRefused(observer, directory, "", "empty");
+        expectRefused(observer, directory, identity.substr(0, identity.size() - 1), "shorter");
+        std::string changed = identity;
+        changed.back() = changed.back() == '0' ? '1' : '0';
+        expectRefused(observer, directory, changed, "changed");
+        expectAccepted(observer, directory, identity, "same");
+    });
+}
+
+TEST(DeviceIdentity, TiesTheOverrideFileToThisComputer) {
+    inBothErrorModes([](ErrorObserver& observer) {
+        const TempDirectory directory;
+        directory.write(kOverrideFile, documentFor(deviceIdentifier(), R"("a":true)"));
+        const LibrarySession session("", true);
+        observer.expectSilence([&] {
+            KLB_SetOverridePath(directory.path().c_str());
+            EXPECT_TRUE(newToggle("/a", "token"));
+        });
+    });
+}
+
+TEST(DeviceIdentity, IsNotUsedWithASystemIdentifier) {
+    const std::string identity = deviceIdentifier();
+    if (identity.empty()) {
+        GTEST_SKIP() << "DeviceIdentity.IsNotUsedWithASystemIdentifier: this computer has no "
+                        "identity";
+    }
+    inBothErrorModes([&](ErrorObserver& observer) {
+        const TempDirectory directory;
+        const LibrarySession session("TestSystem");
+        expectRefused(observer, directory, identity, "device");
+        expectAccepted(observer, directory, "TestSystem", "system");
+    });
+}
+
+TEST(DeviceIdentity, IsUsedAnewInTheNextSession) {
+    inBothErrorModes([](ErrorObserver& observer) {
+        const TempDirectory directory;
+        for (const char* systemId : {"", "First", ""}) {
+            SCOPED_TRACE(systemId);
+            const LibrarySession session(systemId);
+            expectAccepted(observer, directory,
+                           *systemId == '\0' ? deviceIdentifier() : std::string(systemId), "same");
+        }
+    });
+}
+
+} // namespace
+} // namespace klb::test

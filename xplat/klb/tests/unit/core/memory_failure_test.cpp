@@ -1,0 +1,133 @@
+#include "klb/manager.h"
+
+#include "support/failing_allocation.h"
+#include "support/fake_platform.h"
+
+#include <gtest/gtest.h>
+
+namespace klb {
+namespace {
+
+// Long texts, so that no string fits into its object.
+constexpr const char* kFile = "C:\\ProgramData\\Vendor\\Product\\toggles.json";
+constexpr const char* kToken = "a token of more than thirty characters";
+constexpr const char* kOtherToken = "another token of more than thirty characters";
+constexpr const char* kKey = "/a-group-with-a-long-name/a-feature-with-a-long-name";
+constexpr const char* kOverridden = "/a-group-with-a-long-name/an-overridden-feature";
+
+std::string wideGroup() {
+    std::string members;
+    for (int i = 0; i < 40; ++i) {
+        members += "\"filler-" + std::to_string(i) + "\":false,";
+    }
+    return members;
+}
+
+/// Calls the operation with its first, second, ... allocation failing until one run meets no
+/// failure; the operation must survive all of them.
+template <class Operation>
+int failEachAllocation(Operation operation) {
+    for (std::size_t n = 1;; ++n) {
+        SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
+        const test::FailingAllocation failure(n);
+        try {
+            operation();
+        } catch (const std::bad_alloc&) {
+            EXPECT_TRUE(failure.happened());
+        }
+        if (!failure.happened()) {
+            return static_cast<int>(n) - 1;
+        }
+    }
+}
+
+class MemoryFailure : public testing::Test {
+protected:
+    void SetUp() override {
+        platform.executablePath = "C:\\Program Files\\A Product\\with a long name\\host.exe";
+        platform.deviceIdentity = "0123456789abcdef0123456789abcdef";
+        platform.files[kFile].bytes =
+            R"({"header":{"systemId":"0123456789abcdef0123456789abcdef"},"features":{)"
+            R"("a-group-with-a-long-name":{)" +
+            wideGroup() + R"("a-feature-with-a-long-name":true}}})";
+        platform.files["C:\\Program Files\\A Product\\with a long name\\CIT_OVERRIDE.KLB"].bytes =
+            R"({"a-group-with-a-long-name":{"an-overridden-feature":true}})";
+    }
+
+    test::FakePlatform platform;
+};
+
+TEST_F(MemoryFailure, AManagerIsMadeWholeOrNotAtAll) {
+    std::unique_ptr<KLBMgr> manager;
+    const int allocations =
+        failEachAllocation([&] { manager = createManager("", true, platform.services()); });
+    EXPECT_GT(allocations, 1);
+    EXPECT_EQ(manager->registry().systemId, *platform.deviceIdentity);
+}
+
+TEST_F(MemoryFailure, RegisteringAFileAgainCompletesIt) {
+    const auto manager = createManager("", false, platform.services());
+    const int allocations = failEachAllocation(
+        [&] { manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile); });
+    EXPECT_GT(allocations, 8);
+    EXPECT_EQ(manager->registry().filesInOrder.size(), 1U);
+    EXPECT_EQ(manager->registry().filesByPath.size(), 1U);
+    manager->registerToggle(kKey, false, kToken, false);
+    EXPECT_TRUE(manager->getToggle(kKey, false));
+}
+
+TEST_F(MemoryFailure, AToggleIsRegisteredWholeOrNotAtAll) {
+    const auto manager = createManager("", true, platform.services());
+    manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+    const Registry& registry = manager->registry();
+    int registered = 0;
+    for (const char* key : {kKey, kOverridden}) {
+        SCOPED_TRACE(key);
+        const int allocations = failEachAllocation([&] {
+            ASSERT_EQ(registry.togglesByKey.contains(key), registry.toggleIndex.contains(key));
+            manager->registerToggle(key, false, kToken, false);
+        });
+        EXPECT_GT(allocations, 4);
+        ++registered;
+        EXPECT_TRUE(manager->getToggle(key, false));
+        EXPECT_EQ(registry.togglesByKey.size(), static_cast<std::size_t>(registered));
+        EXPECT_EQ(registry.filesByToken.at(kToken)->toggles.size(),
+                  static_cast<std::size_t>(registered));
+    }
+    EXPECT_EQ(registry.filesByToken.at(kToken)->differingToggles.size(), 1U);
+    EXPECT_EQ(registry.overrideFile->differingToggles.size(), 1U);
+}
+
+TEST_F(MemoryFailure, AFailedRegistrationLeavesNothingButTheToken) {
+    const auto manager = createManager("", false, platform.services());
+    {
+        // The last allocation of a registration is the one of the toggle map.
+        int allocations = 0;
+        {
+            const auto probe = createManager("", false, platform.services());
+            allocations =
+                failEachAllocation([&] { probe->registerToggle(kKey, true, kOtherToken, true); });
+        }
+        const test::FailingAllocation failure(static_cast<std::size_t>(allocations));
+        EXPECT_THROW(manager->registerToggle(kKey, true, kOtherToken, true), std::bad_alloc);
+    }
+    const Registry& registry = manager->registry();
+    EXPECT_FALSE(manager->lookupToggle(kKey).registered);
+    EXPECT_TRUE(registry.togglesByKey.empty());
+    EXPECT_TRUE(registry.toggleIndex.empty());
+    ASSERT_TRUE(registry.filesByToken.contains(kOtherToken));
+    EXPECT_TRUE(registry.filesByToken.at(kOtherToken)->toggles.empty());
+}
+
+TEST_F(MemoryFailure, SettingTheOverridePathIsAllOrNothing) {
+    const auto manager = createManager("System", true, platform.services());
+    failEachAllocation([&] {
+        ASSERT_TRUE(manager->registry().overridePath.empty());
+        manager->setOverridePath("D:\\a directory with a long name\\for overrides");
+    });
+    EXPECT_EQ(manager->registry().overridePath,
+              "D:\\a directory with a long name\\for overrides\\CIT_OVERRIDE.KLB");
+}
+
+} // namespace
+} // namespace klb

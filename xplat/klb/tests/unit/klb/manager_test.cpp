@@ -1,0 +1,79 @@
+#include "klb/manager.h"
+
+#include "support/fake_platform.h"
+
+#include <gtest/gtest.h>
+
+namespace klb {
+namespace {
+
+TEST(CreateManager, StartsWithTheArgumentsAndNothingElse) {
+    test::FakePlatform platform;
+    platform.deviceIdentity = "device";
+    std::string systemId = "System";
+    const auto manager = createManager(systemId.c_str(), true, platform.services());
+    systemId = "changed";
+    const Registry& registry = manager->registry();
+    EXPECT_EQ(registry.systemId, "System");
+    EXPECT_EQ(registry.deviceId, "");
+    EXPECT_EQ(registry.overridePath, "");
+    EXPECT_TRUE(registry.enableOverride);
+    EXPECT_FALSE(registry.anythingRegistered());
+    EXPECT_TRUE(registry.filesInOrder.empty());
+    EXPECT_TRUE(registry.filesByPath.empty());
+    EXPECT_EQ(registry.overrideFile, nullptr);
+    EXPECT_EQ(registry.certificate, nullptr);
+    EXPECT_EQ(registry.certificateStream, nullptr);
+    EXPECT_FALSE(registry.noCertificate);
+    EXPECT_FALSE(manager->isPublished());
+}
+
+TEST(CreateManager, AnEmptySystemIdentifierTakesTheDeviceIdentifier) {
+    const std::string longest = "0123456789abcdef0123456789ABCDEF";
+    struct Case {
+        const char* name;
+        std::optional<std::string> identity;
+        std::string expected;
+    };
+    const Case cases[] = {
+        {"short", "XYZ", "XYZ"},
+        {"32 characters", longest, longest},
+        {"33 characters", longest + "g", longest},
+        {"none", std::nullopt, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        test::FakePlatform platform;
+        platform.deviceIdentity = c.identity;
+        const auto manager = createManager("", false, platform.services());
+        EXPECT_EQ(manager->registry().systemId, c.expected);
+        EXPECT_EQ(manager->registry().deviceId, c.expected);
+    }
+}
+
+struct CountingInterface {
+    int* released;
+
+    void Release() const {
+        ++*released;
+    }
+};
+
+TEST(HostReference, ReleasesOnce) {
+    int released = 0;
+    CountingInterface counted{&released};
+    {
+        const HostReference<CountingInterface> reference(&counted);
+        EXPECT_TRUE(reference);
+        EXPECT_EQ(released, 0);
+    }
+    EXPECT_EQ(released, 1);
+    {
+        const HostReference<CountingInterface> none;
+        EXPECT_FALSE(none);
+    }
+    EXPECT_EQ(released, 1);
+}
+
+} // namespace
+} // namespace klb

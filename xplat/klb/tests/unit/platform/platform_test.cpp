@@ -1,0 +1,124 @@
+#include "platform/device_identity.h"
+#include "platform/environment.h"
+#include "platform/executable_path.h"
+#include "platform/input_file.h"
+#include "platform/path_separator.h"
+
+#include "scoped_environment.h"
+#include "temp_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#if defined(_WIN32)
+#include "platform/text_encoding_windows.h"
+#else
+#include <sys/stat.h>
+#endif
+
+namespace klb {
+namespace {
+
+using test::ScopedEnvironment;
+using test::TempDirectory;
+
+TEST(PathSeparator, IsTheOneThatThePathIsWrittenWith) {
+#if defined(_WIN32)
+    const char ofRooted = '\\';
+#else
+    const char ofRooted = '/';
+#endif
+    EXPECT_EQ(pathSeparator("/etc/app"), ofRooted);
+    EXPECT_EQ(pathSeparator("/"), ofRooted);
+    EXPECT_EQ(pathSeparator("D:\\cfg"), '\\');
+    EXPECT_EQ(pathSeparator("D:/cfg"), '\\');
+    EXPECT_EQ(pathSeparator("toggles.json"), '\\');
+    EXPECT_EQ(pathSeparator(""), '\\');
+}
+
+TEST(OpenInputFile, ReadsARegularFile) {
+    const TempDirectory directory;
+    const auto file = openInputFile(directory.write("Gr\xC3\xB6\xC3\x9F"
+                                                    "e \xE2\x82\xAC.json",
+                                                    std::string("a\r\n\0\x1A\xFF", 6)));
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->size(), 6U);
+    char bytes[8];
+    EXPECT_EQ(file->read(bytes, 4), 4U);
+    EXPECT_EQ(file->read(bytes + 4, 4), 2U);
+    EXPECT_EQ(std::string(bytes, 6), std::string("a\r\n\0\x1A\xFF", 6));
+}
+
+TEST(OpenInputFile, OpensNothingButRegularFiles) {
+    const TempDirectory directory;
+    EXPECT_EQ(openInputFile(directory.pathOf("missing")), nullptr);
+    EXPECT_EQ(openInputFile(directory.path()), nullptr);
+    EXPECT_EQ(openInputFile(""), nullptr);
+#if defined(_WIN32)
+    EXPECT_EQ(openInputFile("NUL"), nullptr);
+#else
+    EXPECT_EQ(openInputFile("/dev/zero"), nullptr);
+    const std::string pipe = directory.pathOf("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(openInputFile(pipe), nullptr);
+#endif
+}
+
+TEST(ExecutablePath, NamesThisProgram) {
+    const auto path = executablePath();
+    ASSERT_TRUE(path);
+    const std::size_t separator = path->rfind(test::kSeparator);
+    ASSERT_NE(separator, std::string::npos);
+    EXPECT_EQ(path->substr(separator + 1, 14), "klb_unit_tests");
+    EXPECT_NE(openInputFile(*path), nullptr);
+}
+
+TEST(ExpandEnvironment, PutsTheVariablesValueIn) {
+    const ScopedEnvironment variable("PROGRAMDATA", "D:\\Program Data");
+    EXPECT_EQ(expandEnvironment("%PROGRAMDATA%\\x\\"), "D:\\Program Data\\x\\");
+}
+
+TEST(ExpandEnvironment, WithoutTheVariable) {
+    const ScopedEnvironment variable("PROGRAMDATA", std::nullopt);
+#if defined(_WIN32)
+    EXPECT_EQ(expandEnvironment("%PROGRAMDATA%\\x\\"), "%PROGRAMDATA%\\x\\");
+#else
+    EXPECT_EQ(expandEnvironment("%PROGRAMDATA%\\x\\"), std::nullopt);
+    const ScopedEnvironment empty("PROGRAMDATA", "");
+    EXPECT_EQ(expandEnvironment("%PROGRAMDATA%\\x\\"), std::nullopt);
+#endif
+}
+
+TEST(ExpandEnvironment, ALongExpansionEndsSomewhere) {
+    const ScopedEnvironment variable("PROGRAMDATA", std::string(300, 'x'));
+#if defined(_WIN32)
+    EXPECT_EQ(expandEnvironment("%PROGRAMDATA%\\x\\"), std::string(259, 'x'));
+#else
+    EXPECT_EQ(expandEnvironment("%PROGRAMDATA%\\x\\"), std::string(300, 'x') + "\\x\\");
+#endif
+}
+
+TEST(DeviceIdentity, IsOneLineOfHexadecimalDigits) {
+    const auto identity = deviceIdentity();
+    if (!identity) {
+        GTEST_SKIP() << "DeviceIdentity.IsOneLineOfHexadecimalDigits: this machine has none";
+    }
+    EXPECT_EQ(identity->size(), 32U);
+    EXPECT_TRUE(std::all_of(identity->begin(), identity->end(), [](unsigned char c) {
+        return std::isxdigit(c) != 0;
+    })) << *identity;
+}
+
+#if defined(_WIN32)
+TEST(TextEncoding, GoesBothWaysUpToTheFirstZero) {
+    EXPECT_EQ(toUtf8(L"a\u00E9\u20AC\U0001F600"), "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
+    EXPECT_EQ(toUtf16("a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"), L"a\u00E9\u20AC\U0001F600");
+    EXPECT_EQ(toUtf8(std::wstring_view(L"a\0b", 3)), "a");
+    EXPECT_EQ(toUtf8(L""), "");
+    EXPECT_EQ(toUtf16(""), L"");
+}
+#endif
+
+} // namespace
+} // namespace klb

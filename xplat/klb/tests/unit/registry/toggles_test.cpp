@@ -1,0 +1,134 @@
+#include "registry/toggles.h"
+
+#include "registry/toggle_files.h"
+#include "support/fake_platform.h"
+
+#include <gtest/gtest.h>
+
+namespace klb {
+namespace {
+
+constexpr const char* kFile = "C:\\toggles.json";
+constexpr const char* kOverrideFile = "C:\\app\\CIT_OVERRIDE.KLB";
+
+class Toggles : public testing::Test {
+protected:
+    Toggles() {
+        registry.systemId = "System";
+        registry.platform = &platform.services();
+        platform.executablePath = "C:\\app\\host.exe";
+    }
+
+    const ToggleRecord& toggle(const char* key) {
+        return *registry.togglesByKey.at(key);
+    }
+
+    test::FakePlatform platform;
+    Registry registry;
+};
+
+TEST_F(Toggles, DifferingTogglesAreListedUnderTheFileThatSetThem) {
+    platform.files[kFile].bytes = R"({"a":true,"b":true,"c":false,"d":true})";
+    platform.files[kOverrideFile].bytes = R"({"b":false,"c":true,"d":true})";
+    registry.enableOverride = true;
+    registerToggleFile(registry, KLB_ToggleFileType_Supported, "token", kFile);
+    for (const char* key : {"/a", "/b", "/c", "/d", "/e"}) {
+        registerToggle(registry, key, false, "token", false);
+    }
+    const auto& ofFile = findToggleFile(registry, "token")->differingToggles;
+    const auto& ofOverride = registry.overrideFile->differingToggles;
+    EXPECT_EQ(ofFile.size(), 1U);
+    EXPECT_TRUE(ofFile.contains("/a"));
+    // The file's true made /b differ, the override's false is its value.
+    EXPECT_EQ(ofOverride.size(), 3U);
+    EXPECT_TRUE(toggle("/b").differs);
+    EXPECT_TRUE(toggle("/b").overridden);
+    EXPECT_FALSE(toggle("/b").value());
+    EXPECT_FALSE(toggle("/e").differs);
+}
+
+TEST_F(Toggles, AChangeKeepsDiffersAndTouchesNoList) {
+    registerToggle(registry, "/a", false, "token", true);
+    setDynamicToggle(registry, "/a", true);
+    EXPECT_TRUE(toggle("/a").differs);
+    setDynamicToggle(registry, "/a", false);
+    EXPECT_TRUE(toggle("/a").differs);
+    EXPECT_FALSE(getToggle(registry, "/a", true));
+    EXPECT_TRUE(findToggleFile(registry, "token")->differingToggles.empty());
+}
+
+TEST_F(Toggles, AChangeClearsOverridden) {
+    platform.files[kOverrideFile].bytes = R"({"a":true,"b":false})";
+    registry.enableOverride = true;
+    registerToggle(registry, "/a", false, "token", true);
+    EXPECT_TRUE(toggle("/a").overridden);
+    setDynamicToggle(registry, "/a", true);
+    EXPECT_FALSE(toggle("/a").overridden);
+}
+
+TEST_F(Toggles, AreKeptInRegistrationOrderPerToken) {
+    for (const char* key : {"/z", "/a", "/m"}) {
+        registerToggle(registry, key, false, "token", false);
+    }
+    std::string order;
+    for (const ToggleRecord* each : findToggleFile(registry, "token")->toggles) {
+        order += each->key;
+    }
+    EXPECT_EQ(order, "/z/a/m");
+}
+
+TEST_F(Toggles, TokensAreKeptInTheOrderOfTheirFirstMention) {
+    registerToggle(registry, "/a", false, "z", false);
+    registerToggleFile(registry, KLB_ToggleFileType_Supported, "a", kFile);
+    registerToggleFile(registry, KLB_ToggleFileType_Supported, "z", "C:\\z.json");
+    ASSERT_EQ(registry.filesInOrder.size(), 2U);
+    EXPECT_EQ(registry.filesInOrder[0]->token, "z");
+    EXPECT_EQ(registry.filesInOrder[0]->type, KLB_ToggleFileType_Invalid);
+    EXPECT_EQ(registry.filesInOrder[0]->file, "C:\\z.json");
+    EXPECT_EQ(registry.filesInOrder[1]->token, "a");
+    EXPECT_EQ(registry.filesInOrder[1]->type, KLB_ToggleFileType_Supported);
+}
+
+TEST_F(Toggles, ANullTokenNameIsAlwaysThrown) {
+    try {
+        registerToggleFileToken(registry, KLB_ToggleFileType_Supported, nullptr);
+        FAIL() << "nothing was thrown";
+    } catch (const std::invalid_argument& caught) {
+        EXPECT_STREQ(caught.what(), "registerToggleFileToken: toggleFileTokenName cannot be NULL.");
+    }
+}
+
+TEST_F(Toggles, AnAttachedFileTakesTheCertificateSettings) {
+    registerToggleFile(registry, KLB_ToggleFileType_Supported, "before", kFile);
+    EXPECT_FALSE(findToggleFile(registry, "before")->skipSignatureCheck);
+    registry.noCertificate = true;
+    registerToggleFile(registry, KLB_ToggleFileType_Supported, "after", "C:\\other.json");
+    EXPECT_TRUE(findToggleFile(registry, "after")->skipSignatureCheck);
+    EXPECT_EQ(findToggleFile(registry, "after")->certificate, nullptr);
+}
+
+TEST_F(Toggles, TheOverrideFileIsTriedOnceAFileWasAttached) {
+    platform.files[kOverrideFile].bytes = R"({"a":true,"b":false})";
+    registry.enableOverride = true;
+    for (const char* key : {"/a", "/b", "/c"}) {
+        registerToggle(registry, key, false, "token", false);
+    }
+    EXPECT_EQ(platform.files[kOverrideFile].opened, 1);
+}
+
+TEST_F(Toggles, AnExecutableWithoutADirectoryIsThrownAtEveryRegistration) {
+    platform.executablePath = std::nullopt;
+    registry.enableOverride = true;
+    for (int i = 0; i < 2; ++i) {
+        try {
+            registerToggle(registry, "/a", false, "token", false);
+            FAIL() << "nothing was thrown";
+        } catch (const std::runtime_error& caught) {
+            EXPECT_STREQ(caught.what(), "getLocalFilePath: cannot get module file name path.");
+        }
+        EXPECT_FALSE(registry.anythingRegistered());
+    }
+}
+
+} // namespace
+} // namespace klb

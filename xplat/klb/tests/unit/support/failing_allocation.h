@@ -1,0 +1,23 @@
+#ifndef KLB_TESTS_UNIT_SUPPORT_FAILING_ALLOCATION_H
+#define KLB_TESTS_UNIT_SUPPORT_FAILING_ALLOCATION_H
+
+#include <cstddef>
+
+namespace klb::test {
+
+/// Makes one allocation of this thread fail: the n-th, counted from 1, of operator new and of the
+/// library's calls of malloc and realloc together.
+class FailingAllocation {
+public:
+    explicit FailingAllocation(std::size_t n) noexcept;
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation&) = delete;
+    FailingAllocation& operator=(const FailingAllocation&) = delete;
+
+    /// Whether the n-th allocation has been reached.
+    bool happened() const noexcept;
+};
+
+} // namespace klb::test
+
+#endif

@@ -1,0 +1,51 @@
+#include "support/fake_platform.h"
+
+#include <algorithm>
+
+namespace klb::test {
+
+namespace {
+
+FakePlatform* current = nullptr;
+
+class FakeInputFile final : public InputFile {
+public:
+    explicit FakeInputFile(const FakeFile& file) : file_(file) {}
+
+    std::optional<std::uint64_t> size() override {
+        if (file_.sizeUnknown) {
+            return std::nullopt;
+        }
+        return file_.claimedSize.value_or(file_.bytes.size());
+    }
+
+    std::size_t read(char* buffer, std::size_t count) override {
+        return file_.bytes.copy(buffer, count);
+    }
+
+private:
+    const FakeFile& file_;
+};
+
+} // namespace
+
+FakePlatform::FakePlatform()
+    : services_{[] { return current->executablePath; },
+                [](std::string_view) { return current->supportDirectory; },
+                [](const std::string& path) -> std::unique_ptr<InputFile> {
+                    const auto file = current->files.find(path);
+                    if (file == current->files.end()) {
+                        return nullptr;
+                    }
+                    ++file->second.opened;
+                    return std::make_unique<FakeInputFile>(file->second);
+                },
+                [] { return current->deviceIdentity; }} {
+    current = this;
+}
+
+FakePlatform::~FakePlatform() {
+    current = nullptr;
+}
+
+} // namespace klb::test
