@@ -6,7 +6,7 @@ namespace klb {
 
 namespace {
 
-constinit LibraryState state;
+LibraryState state;
 
 } // namespace
 

@@ -40,6 +40,10 @@ bool KLBMgr::isPublished() const noexcept {
     return static_cast<bool>(hostIdentity_);
 }
 
+std::uint32_t KLBMgr::singletonState() const noexcept {
+    return singletonState_;
+}
+
 void KLBMgr::registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file) {
     klb::registerToggleFile(registry_, type, token, file);
 }

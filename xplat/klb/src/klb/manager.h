@@ -28,6 +28,7 @@ public:
 
     void setOverridePath(const char* overridePath);
     bool isPublished() const noexcept;
+    std::uint32_t singletonState() const noexcept;
     void registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file);
     bool isFeatureToggleFileRegistered(const char* token) const;
     void registerToggle(const char* key, bool defaultValue, const char* token, bool isDynamic);

@@ -45,22 +45,23 @@ std::string deviceIdentifier() {
 }
 
 void expectAccepted(ErrorObserver& observer, const TempDirectory& directory,
-                    const std::string& systemId, const std::string& token) {
-    const std::string file =
-        directory.write(token, documentFor(systemId, R"("features":{")" + token + R"(":true})"));
+                    const std::string& systemId, const char* token) {
+    const std::string file = directory.write(
+        token, documentFor(systemId, R"("features":{")" + std::string(token) + R"(":true})"));
     observer.expectSilence([&] {
         registerPlainFile(token, file);
-        EXPECT_TRUE(newToggle("/" + token, token));
+        EXPECT_TRUE(registeredValue("/" + std::string(token), false, token));
     });
 }
 
 void expectRefused(ErrorObserver& observer, const TempDirectory& directory,
-                   const std::string& systemId, const std::string& token) {
-    const std::string file =
-        directory.write(token, documentFor(systemId, R"("features":{")" + token + R"(":true})"));
+                   const std::string& systemId, const char* token) {
+    const std::string file = directory.write(
+        token, documentFor(systemId, R"("features":{")" + std::string(token) + R"(":true})"));
     observer.expectError<std::domain_error>(loadErrorText("ErrorSystemIdDoesNotMatch", file),
                                             [&] { registerPlainFile(token, file); });
-    observer.expectSilence([&] { EXPECT_FALSE(newToggle("/" + token, token)); });
+    observer.expectSilence(
+        [&] { EXPECT_FALSE(registeredValue("/" + std::string(token), false, token)); });
 }
 
 TEST(DeviceIdentity, TakesThePlaceOfTheEmptySystemIdentifier) {
@@ -103,7 +104,7 @@ TEST(DeviceIdentity, TiesTheOverrideFileToThisComputer) {
         const LibrarySession session("", true);
         observer.expectSilence([&] {
             KLB_SetOverridePath(directory.path().c_str());
-            EXPECT_TRUE(newToggle("/a", "token"));
+            EXPECT_TRUE(registeredValue("/a", false, "token"));
         });
     });
 }

@@ -23,9 +23,10 @@ void expectSystemId(ErrorObserver& observer, const TempDirectory& directory,
     const std::string foreign = directory.write(
         name + " foreign.json", documentFor(systemId + "2", R"("features":{"x":true})"));
 
-    observer.expectSilence([&] { registerPlainFile(name + " own", own); });
-    observer.expectError<std::domain_error>(loadErrorText("ErrorSystemIdDoesNotMatch", foreign),
-                                            [&] { registerPlainFile(name + " foreign", foreign); });
+    observer.expectSilence([&] { registerPlainFile((name + " own").c_str(), own); });
+    observer.expectError<std::domain_error>(
+        loadErrorText("ErrorSystemIdDoesNotMatch", foreign),
+        [&] { registerPlainFile((name + " foreign").c_str(), foreign); });
 }
 
 TEST(IsInitialized, FollowsInitAndTerm) {
@@ -115,12 +116,12 @@ TEST(Init, SecondCallKeepsTheFirstOverrideSetting) {
         SCOPED_TRACE(each.name);
         inBothErrorModes([&](ErrorObserver& observer) {
             const TempDirectory directory;
-            directory.write(kOverrideFile, document(R"("a":true)"));
+            directory.write(kOverrideFile, documentWith(R"("a":true)"));
             const LibrarySession session("TestSystem", each.first);
             observer.expectSilence([&] {
                 KLB_Init("TestSystem", each.second);
                 KLB_SetOverridePath(directory.path().c_str());
-                EXPECT_EQ(newToggle("/a", "token"), each.first);
+                EXPECT_EQ(registeredValue("/a", false, "token"), each.first);
             });
         });
     }
@@ -173,7 +174,7 @@ TEST(Init, StartsAfreshAfterTerm) {
             observer.expectSilence([&] {
                 KLB_SetOverridePath("D:\\first");
                 registerPlainFile("token", file);
-                EXPECT_TRUE(newToggle("/a", "token"));
+                EXPECT_TRUE(registeredValue("/a", false, "token"));
                 KLB_RegisterDynamicToggle("/d", true, "token");
             });
         }
@@ -197,12 +198,13 @@ TEST(Init, StartsAfreshAfterTerm) {
 TEST(Init, ManySessionsOneAfterAnother) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string file = directory.write("t.json", document(R"("features":{"a":true})"));
+        const std::string file =
+            directory.write("t.json", documentWith(R"("features":{"a":true})"));
         for (int round = 0; round < 50; ++round) {
             const LibrarySession session;
             observer.expectSilence([&] {
                 registerPlainFile("token", file);
-                EXPECT_TRUE(newToggle("/a", "token"));
+                EXPECT_TRUE(registeredValue("/a", false, "token"));
             });
         }
     });
@@ -239,7 +241,7 @@ TEST(Term, EndsASessionWithFailedFiles) {
         const std::string broken = directory.write("broken.json", R"({"a": true} more)");
         const LibrarySession session;
         observer.expectError<std::domain_error>(
-            loadErrorText("ParseErrorDocumentRootNotSingular", broken) + " at offset: 12",
+            loadErrorText("ParseErrorDocumentRootNotSingular", broken, 12),
             [&] { registerPlainFile("token", broken); });
         observer.expectSilence([] {
             KLB_Term();

@@ -60,12 +60,6 @@ private:
     std::thread thread_;
 };
 
-/// Whether another thread gets through the library now.
-inline bool lockIsFree() {
-    const Entrant entrant([] { KLB_IsInitialized(); });
-    return entrant.throughWithin(kPatience);
-}
-
 /// Installs a callback for its lifetime; afterwards none is installed.
 class ScopedCallback {
 public:

@@ -267,7 +267,7 @@ TEST(LibraryLock, LetsCallbacksInOneAtATime) {
 
 TEST(LibraryLock, KeepsCallsFromManyThreadsWhole) {
     const TempDirectory directory;
-    const std::string file = directory.write("t.json", document(R"("features":{"on":true})"));
+    const std::string file = directory.write("t.json", documentWith(R"("features":{"on":true})"));
     const LibrarySession session;
     MessageRecorder recorder;
     {
@@ -296,7 +296,7 @@ TEST(LibraryLock, KeepsCallsFromManyThreadsWhole) {
                 ("/thread" + std::to_string(thread) + "/" + std::to_string(index)).c_str()));
         }
     }
-    EXPECT_TRUE(newToggle("/on", "shared"));
+    EXPECT_TRUE(registeredValue("/on", false, "shared"));
     EXPECT_EQ(recorder.take(), std::vector<Message>{});
 }
 

@@ -272,7 +272,7 @@ TEST(MessageCallback, StandardExceptionsPassUnchanged) {
 
 TEST(MessageCallback, AfterItThrewTheLibraryWorksOn) {
     const TempDirectory directory;
-    const std::string good = directory.write("good.json", document(R"("features":{"a":true})"));
+    const std::string good = directory.write("good.json", documentWith(R"("features":{"a":true})"));
     const std::string broken = directory.write("broken.json", "{}");
     const LibrarySession session;
     {
@@ -287,7 +287,7 @@ TEST(MessageCallback, AfterItThrewTheLibraryWorksOn) {
     EXPECT_TRUE(KLB_IsToggleFileRegistered("second"));
     registerPlainFile("broken", broken);
     registerPlainFile("good", good);
-    EXPECT_TRUE(newToggle("/a", "good"));
+    EXPECT_TRUE(registeredValue("/a", false, "good"));
     EXPECT_EQ(recorder.take(), Messages{});
 }
 

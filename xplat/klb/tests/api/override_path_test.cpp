@@ -29,7 +29,7 @@ void expectOverrideFile(ErrorObserver& observer, const std::string& path) {
 class OverrideDirectory : public TempDirectory {
 public:
     explicit OverrideDirectory(bool value) {
-        write(kOverrideFile, document(value ? R"("a":true)" : R"("a":false)"));
+        write(kOverrideFile, documentWith(value ? R"("a":true)" : R"("a":false)"));
     }
 };
 
@@ -106,7 +106,7 @@ TEST(SetOverridePath, RelativeDirectoryIsBelowTheWorkingDirectory) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory elsewhere;
         elsewhere.makeDirectory("cfg/deep");
-        elsewhere.write("cfg/deep/CIT_OVERRIDE.KLB", document(R"("a":false)"));
+        elsewhere.write("cfg/deep/CIT_OVERRIDE.KLB", documentWith(R"("a":false)"));
         const WorkingDirectory current(elsewhere.path());
         for (const char* path :
              {"cfg\\deep", "cfg/deep", "cfg\\deep\\", "cfg/deep/", "cfg/deep\\", ".\\cfg\\deep"}) {
@@ -125,7 +125,7 @@ TEST(SetOverridePath, UnicodeDirectoryIsFound) {
         const std::string name = "caf\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC";
         const TempDirectory directory;
         directory.makeDirectory(name);
-        directory.write(name + "/" + kOverrideFile, document(R"("a":false)"));
+        directory.write(name + "/" + kOverrideFile, documentWith(R"("a":false)"));
         const LibrarySession session("TestSystem", true);
         observer.expectSilence([&] {
             KLB_SetOverridePath(directory.pathOf(name).c_str());
@@ -153,9 +153,9 @@ TEST(SetOverridePath, LoadErrorNamesTheOverrideFile) {
         const LibrarySession session("TestSystem", true);
         observer.expectSilence([&] { KLB_SetOverridePath(directory.path().c_str()); });
         observer.expectError<std::domain_error>(
-            loadErrorText("ParseErrorDocumentRootNotSingular", file) + " at offset: 11",
+            loadErrorText("ParseErrorDocumentRootNotSingular", file, 11),
             [] { KLB_RegisterToggle("/a", false, "token"); });
-        observer.expectSilence([] { EXPECT_FALSE(newToggle("/b", "token")); });
+        observer.expectSilence([] { EXPECT_FALSE(registeredValue("/b", false, "token")); });
     });
 }
 
@@ -235,7 +235,7 @@ TEST(SetOverridePath, IsRefusedAfterAnyRegistration) {
     const Case cases[] = {
         {"toggle file",
          [](ErrorObserver&, const TempDirectory& directory) {
-             registerPlainFile("token", directory.write("file.json", document(R"("a":true)")));
+             registerPlainFile("token", directory.write("file.json", documentWith(R"("a":true)")));
          }},
         {"missing toggle file",
          [](ErrorObserver&, const TempDirectory& directory) {

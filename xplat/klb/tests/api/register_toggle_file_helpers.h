@@ -3,7 +3,7 @@
 
 #include "error_mode.h"
 #include "klb.h"
-#include "temp_directory.h"
+#include "toggle_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -21,11 +21,6 @@ inline std::string documentFor(const std::string& systemId, const std::string& m
     return R"({"header":{"systemId":")" + systemId + R"("},)" + members + "}";
 }
 
-/// The same for the system of a LibrarySession that was given none.
-inline std::string document(const std::string& members) {
-    return documentFor("TestSystem", members);
-}
-
 inline std::string otherFileText(const std::string& firstPath) {
     return "registerToggleFile: toggle file path location as already been set to '" + firstPath +
            "'";
@@ -36,24 +31,10 @@ inline std::string ownedFileText(const std::string& callersToken) {
            callersToken + "'";
 }
 
-inline std::string loadErrorText(const std::string& error, const std::string& path) {
-    return "registerToggleFile: " + error + " in file: " + path;
-}
-
-inline void registerPlainFile(const std::string& token, const std::string& file) {
-    KLB_RegisterToggleFile(KLB_ToggleFileType_Supported, token.c_str(), file.c_str());
-}
-
-/// Registers a new static toggle with the default false and gives its value.
-inline bool newToggle(const std::string& key, const std::string& token) {
-    KLB_RegisterToggle(key.c_str(), false, token.c_str());
-    return KLB_GetToggle(key.c_str());
-}
-
 /// The token's file is the one at this full path: the refusal of another one names it.
 inline void expectPath(ErrorObserver& observer, const std::string& token, const std::string& path) {
     observer.expectError<std::domain_error>(
-        otherFileText(path), [&] { registerPlainFile(token, "klb-no-such\\other.json"); });
+        otherFileText(path), [&] { registerPlainFile(token.c_str(), "klb-no-such\\other.json"); });
 }
 
 /// The token is known, and no file is attached to it: it can still be given one, whose path the
@@ -61,7 +42,7 @@ inline void expectPath(ErrorObserver& observer, const std::string& token, const 
 inline void expectNoPath(ErrorObserver& observer, const std::string& token) {
     EXPECT_TRUE(KLB_IsToggleFileRegistered(token.c_str()));
     const std::string file = "klb-no-such\\first file of " + token + ".json";
-    observer.expectSilence([&] { registerPlainFile(token, file); });
+    observer.expectSilence([&] { registerPlainFile(token.c_str(), file); });
     expectPath(observer, token, file);
 }
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -69,7 +70,7 @@ TEST(RegisterToggleFile, BadArgumentsAreRefusedInOrder) {
 TEST(RegisterToggleFile, BadArgumentsLeaveAKnownTokenAlone) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string file = directory.write("file.json", document(kOn));
+        const std::string file = directory.write("file.json", documentWith(kOn));
         const LibrarySession session;
         registerPlainFile("token", file);
         observer.expectError<std::invalid_argument>(kUnknownType, [&] {
@@ -80,7 +81,7 @@ TEST(RegisterToggleFile, BadArgumentsLeaveAKnownTokenAlone) {
         observer.expectError<std::invalid_argument>(
             kEmptyFile, [] { KLB_RegisterToggleFile(typeOf(2), "token", ""); });
         expectPath(observer, "token", file);
-        EXPECT_TRUE(newToggle("/a", "token"));
+        EXPECT_TRUE(registeredValue("/a", false, "token"));
     });
 }
 
@@ -117,28 +118,29 @@ TEST(RegisterToggleFile, OnlySupportedAndOverrideFilesAreReadAsPlain) {
     for (const Case& each : {Case{"/t1", 1, false}, Case{"/t2", 2, true}, Case{"/t3", 3, false},
                              Case{"/minus", -1, false}, Case{"/override", 0x7FFFFFFF, true}}) {
         SCOPED_TRACE(each.key);
-        const std::string file = directory.write(std::string(each.key).substr(1), document(values));
+        const std::string file =
+            directory.write(std::string(each.key).substr(1), documentWith(values));
         KLB_RegisterToggleFile(typeOf(each.type), each.key, file.c_str());
         const std::vector<Message> messages = recorder.take();
         if (each.isPlain) {
             EXPECT_EQ(messages, std::vector<Message>{});
         }
-        EXPECT_EQ(newToggle(each.key, each.key), each.isPlain);
+        EXPECT_EQ(registeredValue(each.key, false, each.key), each.isPlain);
     }
 }
 
 TEST(RegisterToggleFile, ATokenFirstNamedByAToggleIsReadAsProtectedWhateverTheType) {
     const TempDirectory directory;
-    const std::string file = directory.write("file.json", document(kOn));
+    const std::string file = directory.write("file.json", documentWith(kOn));
     MessageRecorder recorder;
     for (const int type : {1, 2, 3, 0x7FFFFFFF}) {
         SCOPED_TRACE(type);
         const LibrarySession session;
-        EXPECT_FALSE(newToggle("/a", "token"));
+        EXPECT_FALSE(registeredValue("/a", false, "token"));
         KLB_RegisterToggleFile(typeOf(type), "token", file.c_str());
         recorder.take();
         EXPECT_FALSE(KLB_GetToggle("/a"));
-        EXPECT_FALSE(newToggle("/b", "token"));
+        EXPECT_FALSE(registeredValue("/b", false, "token"));
 
         // The file itself is attached.
         registerPlainFile("token", directory.pathOf("other.json"));
@@ -151,14 +153,14 @@ TEST(RegisterToggleFile, ATokenFirstNamedByAToggleIsReadAsProtectedWhateverTheTy
 TEST(RegisterToggleFile, SameArgumentsAgainIsSilentAndLoadsNothing) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string file = directory.write("file.json", document(kOn));
+        const std::string file = directory.write("file.json", documentWith(kOn));
         const LibrarySession session;
         observer.expectSilence([&] { registerPlainFile("token", file); });
-        EXPECT_TRUE(newToggle("/a", "token"));
+        EXPECT_TRUE(registeredValue("/a", false, "token"));
 
         directory.write("file.json", "broken");
         observer.expectSilence([&] { registerPlainFile("token", file); });
-        EXPECT_TRUE(newToggle("/b", "token"));
+        EXPECT_TRUE(registeredValue("/b", false, "token"));
 
         directory.remove("file.json");
         observer.expectSilence([&] { registerPlainFile("token", file); });
@@ -168,7 +170,7 @@ TEST(RegisterToggleFile, SameArgumentsAgainIsSilentAndLoadsNothing) {
 TEST(RegisterToggleFile, SameFileAgainUnderAnotherTypeIsSilentAndKeepsTheFirst) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string file = directory.write("file.json", document(kOn));
+        const std::string file = directory.write("file.json", documentWith(kOn));
         const LibrarySession session;
         registerPlainFile("token", file);
         for (const int type : {1, 3, 0x7FFFFFFF}) {
@@ -176,15 +178,15 @@ TEST(RegisterToggleFile, SameFileAgainUnderAnotherTypeIsSilentAndKeepsTheFirst) 
             observer.expectSilence(
                 [&] { KLB_RegisterToggleFile(typeOf(type), "token", file.c_str()); });
         }
-        EXPECT_TRUE(newToggle("/a", "token"));
+        EXPECT_TRUE(registeredValue("/a", false, "token"));
     });
 }
 
 TEST(RegisterToggleFile, AnotherFileIsRefusedAndTheFirstStays) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string first = directory.write("first.json", document(kOn));
-        const std::string second = directory.write("second.json", document(kOff));
+        const std::string first = directory.write("first.json", documentWith(kOn));
+        const std::string second = directory.write("second.json", documentWith(kOff));
         const LibrarySession session;
         registerPlainFile("token", first);
 
@@ -193,7 +195,7 @@ TEST(RegisterToggleFile, AnotherFileIsRefusedAndTheFirstStays) {
                                                     [&] { registerPlainFile("token", second); });
         }
 
-        EXPECT_TRUE(newToggle("/a", "token"));
+        EXPECT_TRUE(registeredValue("/a", false, "token"));
         observer.expectSilence([&] { registerPlainFile("token", first); });
         // The refused file belongs to nobody.
         observer.expectSilence([&] { registerPlainFile("other", second); });
@@ -204,8 +206,8 @@ TEST(RegisterToggleFile, AnotherFileIsRefusedAndTheFirstStays) {
 TEST(RegisterToggleFile, AnotherFileIsRefusedBeforeItsOwnerMatters) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string first = directory.write("first.json", document(kOn));
-        const std::string second = directory.write("second.json", document(kOn));
+        const std::string first = directory.write("first.json", documentWith(kOn));
+        const std::string second = directory.write("second.json", documentWith(kOn));
         const LibrarySession session;
         registerPlainFile("one", first);
         registerPlainFile("two", second);
@@ -219,7 +221,7 @@ TEST(RegisterToggleFile, AnotherFileIsRefusedBeforeItsOwnerMatters) {
 TEST(RegisterToggleFile, FileOfAnotherTokenIsRefusedAndTheTokenIsKnownWithoutAFile) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string file = directory.write("file.json", document(kOn));
+        const std::string file = directory.write("file.json", documentWith(kOn));
         const LibrarySession session;
         registerPlainFile("first", file);
 
@@ -229,8 +231,8 @@ TEST(RegisterToggleFile, FileOfAnotherTokenIsRefusedAndTheTokenIsKnownWithoutAFi
             EXPECT_TRUE(KLB_IsToggleFileRegistered("second"));
         }
 
-        EXPECT_FALSE(newToggle("/a", "second"));
-        EXPECT_TRUE(newToggle("/b", "first"));
+        EXPECT_FALSE(registeredValue("/a", false, "second"));
+        EXPECT_TRUE(registeredValue("/b", false, "first"));
         expectPath(observer, "first", file);
         expectNoPath(observer, "second");
     });
@@ -239,18 +241,18 @@ TEST(RegisterToggleFile, FileOfAnotherTokenIsRefusedAndTheTokenIsKnownWithoutAFi
 TEST(RegisterToggleFile, ATokenWithoutAFileMayBeGivenOneLater) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string taken = directory.write("taken.json", document(kOff));
-        const std::string own = directory.write("own.json", document(kOn));
+        const std::string taken = directory.write("taken.json", documentWith(kOff));
+        const std::string own = directory.write("own.json", documentWith(kOn));
         const LibrarySession session;
         registerPlainFile("first", taken);
         observer.expectError<std::domain_error>(ownedFileText("second"),
                                                 [&] { registerPlainFile("second", taken); });
-        EXPECT_FALSE(newToggle("/a", "second"));
+        EXPECT_FALSE(registeredValue("/a", false, "second"));
 
         // The type of the refused call is the token's; a later one is not looked at.
         observer.expectSilence([&] { KLB_RegisterToggleFile(typeOf(3), "second", own.c_str()); });
 
-        EXPECT_TRUE(newToggle("/b", "second"));
+        EXPECT_TRUE(registeredValue("/b", false, "second"));
         // What was registered before keeps the value it got then.
         EXPECT_FALSE(KLB_GetToggle("/a"));
         observer.expectSilence([] { KLB_RegisterToggle("/a", false, "second"); });
@@ -267,11 +269,11 @@ TEST(RegisterToggleFile, MissingFileIsSilentForGood) {
         observer.expectSilence([&] {
             registerPlainFile("token", file);
             EXPECT_TRUE(KLB_IsToggleFileRegistered("token"));
-            EXPECT_FALSE(newToggle("/a", "token"));
+            EXPECT_FALSE(registeredValue("/a", false, "token"));
 
-            directory.write("file.json", document(kOn));
+            directory.write("file.json", documentWith(kOn));
             registerPlainFile("token", file);
-            EXPECT_FALSE(newToggle("/b", "token"));
+            EXPECT_FALSE(registeredValue("/b", false, "token"));
         });
         expectPath(observer, "token", file);
         observer.expectError<std::domain_error>(ownedFileText("other"),
@@ -286,7 +288,7 @@ TEST(RegisterToggleFile, DirectoryCountsAsMissing) {
         const LibrarySession session;
         observer.expectSilence([&] {
             registerPlainFile("token", file);
-            EXPECT_FALSE(newToggle("/a", "token"));
+            EXPECT_FALSE(registeredValue("/a", false, "token"));
         });
         expectPath(observer, "token", file);
     });
@@ -297,16 +299,16 @@ TEST(RegisterToggleFile, LoadErrorsAreReportedWithFileAndOffset) {
         const char* name;
         std::string bytes;
         std::string error;
-        std::string offset;
+        std::uint64_t offset;
     };
     const Case cases[] = {
-        {"empty", "", "FileTooSmall", ""},
-        {"nine bytes", R"({"a": 1 })", "FileTooSmall", ""},
-        {"more text", R"({"a":true} {})", "ParseErrorDocumentRootNotSingular", " at offset: 11"},
-        {"cut", R"({"a":true,)", "ParseErrorObjectMissName", " at offset: 10"},
-        {"another system", documentFor("Other", kOn), "ErrorSystemIdDoesNotMatch", ""},
-        {"header is a list", R"({"header":[]})", "ErrorHeaderRootMustBeObject", ""},
-        {"header without system", R"({"header":{}})", "ErrorSystemIdMustBeString", ""},
+        {"empty", "", "FileTooSmall", 0},
+        {"nine bytes", R"({"a": 1 })", "FileTooSmall", 0},
+        {"more text", R"({"a":true} {})", "ParseErrorDocumentRootNotSingular", 11},
+        {"cut", R"({"a":true,)", "ParseErrorObjectMissName", 10},
+        {"another system", documentFor("Other", kOn), "ErrorSystemIdDoesNotMatch", 0},
+        {"header is a list", R"({"header":[]})", "ErrorHeaderRootMustBeObject", 0},
+        {"header without system", R"({"header":{}})", "ErrorSystemIdMustBeString", 0},
     };
     inBothErrorModes([&](ErrorObserver& observer) {
         const TempDirectory directory;
@@ -314,12 +316,12 @@ TEST(RegisterToggleFile, LoadErrorsAreReportedWithFileAndOffset) {
         for (const Case& each : cases) {
             SCOPED_TRACE(each.name);
             const std::string file = directory.write(each.name, each.bytes);
-            observer.expectError<std::domain_error>(loadErrorText(each.error, file) + each.offset,
+            observer.expectError<std::domain_error>(loadErrorText(each.error, file, each.offset),
                                                     [&] { registerPlainFile(each.name, file); });
         }
         const std::string ten = directory.write("ten bytes", R"({"a":true})");
         observer.expectSilence([&] { registerPlainFile("ten bytes", ten); });
-        EXPECT_TRUE(newToggle("/a", "ten bytes"));
+        EXPECT_TRUE(registeredValue("/a", false, "ten bytes"));
     });
 }
 
@@ -331,12 +333,12 @@ TEST(RegisterToggleFile, FailedFileStaysRegisteredWithItsError) {
         observer.expectError<std::domain_error>(loadErrorText("FileTooSmall", file),
                                                 [&] { registerPlainFile("token", file); });
         EXPECT_TRUE(KLB_IsToggleFileRegistered("token"));
-        EXPECT_FALSE(newToggle("/a", "token"));
+        EXPECT_FALSE(registeredValue("/a", false, "token"));
 
         // Neither the file put right nor the same call again changes that.
-        directory.write("file.json", document(kOn));
+        directory.write("file.json", documentWith(kOn));
         observer.expectSilence([&] { registerPlainFile("token", file); });
-        EXPECT_FALSE(newToggle("/b", "token"));
+        EXPECT_FALSE(registeredValue("/b", false, "token"));
 
         expectPath(observer, "token", file);
         observer.expectError<std::domain_error>(ownedFileText("other"),
@@ -362,11 +364,11 @@ TEST(RegisterToggleFile, TooSmallComesBeforeTheTypeMatters) {
 TEST(RegisterToggleFile, ArgumentsAreCopied) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
-        const std::string path = directory.write("file.json", document(kOn));
+        const std::string path = directory.write("file.json", documentWith(kOn));
         const LibrarySession session;
         std::string token = "token";
         std::string file = path;
-        registerPlainFile(token, file);
+        registerPlainFile(token.c_str(), file);
         token.assign("other");
         file.assign(file.size(), '#');
         EXPECT_TRUE(KLB_IsToggleFileRegistered("token"));
@@ -387,13 +389,47 @@ TEST(RegisterToggleFile, TokensAreBytes) {
             SCOPED_TRACE(token.substr(0, 20));
             const std::string file = directory.pathOf(std::to_string(++number));
             EXPECT_FALSE(KLB_IsToggleFileRegistered(token.c_str()));
-            observer.expectSilence([&] { registerPlainFile(token, file); });
+            observer.expectSilence([&] { registerPlainFile(token.c_str(), file); });
             EXPECT_TRUE(KLB_IsToggleFileRegistered(token.c_str()));
             expectPath(observer, token, file);
-            observer.expectError<std::domain_error>(ownedFileText(token + "2"),
-                                                    [&] { registerPlainFile(token + "2", file); });
+            observer.expectError<std::domain_error>(ownedFileText(token + "2"), [&] {
+                registerPlainFile((token + "2").c_str(), file);
+            });
         }
     });
+}
+
+TEST(RegisterToggleFile, OverrideFileBelongsToTheReservedTokenFromTheFirstToggleOn) {
+    inBothErrorModes([](ErrorObserver& observer) {
+        const TempDirectory directory;
+        const std::string file = directory.write(kOverrideFile, documentWith(R"("a":true)"));
+        const LibrarySession session("TestSystem", true);
+        observer.expectSilence([&] {
+            KLB_SetOverridePath(directory.path().c_str());
+            registerPlainFile("token", directory.pathOf("missing.json"));
+            EXPECT_FALSE(KLB_IsToggleFileRegistered(kOverrideToken));
+            EXPECT_TRUE(registeredValue("/a", false, "token"));
+            EXPECT_TRUE(KLB_IsToggleFileRegistered(kOverrideToken));
+        });
+        observer.expectError<std::domain_error>(ownedFileText("host"),
+                                                [&] { registerPlainFile("host", file); });
+    });
+}
+
+TEST(RegisterToggleFile, ReservedTokenWithoutAFileMayBeGivenTheHostsOwn) {
+    ErrorObserver observer(ErrorMode::Exception);
+    const TempDirectory directory;
+    const std::string file = directory.write(kOverrideFile, documentWith(R"("a":false)"));
+    const std::string own = directory.write("own.json", documentWith(R"("a":true)"));
+    const LibrarySession session("TestSystem", true);
+    const auto registerToggle = [] { KLB_RegisterToggle("/a", false, "token"); };
+    observer.expectSilence([&] {
+        KLB_SetOverridePath(directory.path().c_str());
+        registerPlainFile("host", file);
+    });
+    observer.expectError<std::domain_error>(ownedFileText(kOverrideToken), registerToggle);
+    observer.expectSilence([&] { registerPlainFile(kOverrideToken, own); });
+    observer.expectError<std::domain_error>(otherFileText(own), registerToggle);
 }
 
 TEST(IsToggleFileRegistered, KnowsEveryTokenThatWasNamed) {

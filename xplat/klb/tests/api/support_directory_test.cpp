@@ -125,7 +125,7 @@ TEST(SupportDirectory, ThatDoesNotExistHoldsNoFiles) {
         const LibrarySession session;
         observer.expectSilence([] {
             registerPlainFile("token", "toggles.json");
-            EXPECT_FALSE(newToggle("/a", "token"));
+            EXPECT_FALSE(registeredValue("/a", false, "token"));
         });
         expectPath(observer, "token", empty.path() + kBelow + "toggles.json");
     });
@@ -136,7 +136,8 @@ TEST(SupportDirectory, WithUnicodeCharactersIsUtf8) {
         const std::string name = "caf\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x94\x91";
         const TempDirectory directory;
         directory.makeDirectory(name + "/Mosk/Support");
-        directory.write(name + "/Mosk/Support/toggles.json", document(R"("features":{"a":true})"));
+        directory.write(name + "/Mosk/Support/toggles.json",
+                        documentWith(R"("features":{"a":true})"));
         const ScopedEnvironment programData("PROGRAMDATA", directory.pathOf(name));
 #if defined(_WIN32)
         const std::string utf8 = directory.pathOf(name);
@@ -146,7 +147,7 @@ TEST(SupportDirectory, WithUnicodeCharactersIsUtf8) {
         const LibrarySession session;
         observer.expectSilence([] {
             registerPlainFile("token", "toggles.json");
-            EXPECT_TRUE(newToggle("/a", "token"));
+            EXPECT_TRUE(registeredValue("/a", false, "token"));
         });
         expectPath(observer, "token", directory.pathOf(name) + kBelow + "toggles.json");
     });

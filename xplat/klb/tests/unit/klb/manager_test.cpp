@@ -26,6 +26,7 @@ TEST(CreateManager, StartsWithTheArgumentsAndNothingElse) {
     EXPECT_EQ(registry.certificateStream, nullptr);
     EXPECT_FALSE(registry.noCertificate);
     EXPECT_FALSE(manager->isPublished());
+    EXPECT_EQ(manager->singletonState(), 0U);
 }
 
 TEST(CreateManager, AnEmptySystemIdentifierTakesTheDeviceIdentifier) {

@@ -5,8 +5,9 @@
 
 namespace {
 
-thread_local std::size_t remaining = 0;
-thread_local bool failed = false;
+// Plain variables: where thread-local ones are emulated, they come from malloc themselves.
+std::size_t remaining = 0;
+bool failed = false;
 
 bool mustFail() noexcept {
     if (remaining == 0 || --remaining != 0) {

@@ -5,8 +5,8 @@
 
 namespace klb::test {
 
-/// Makes one allocation of this thread fail: the n-th, counted from 1, of operator new and of the
-/// library's calls of malloc and realloc together.
+/// Makes one allocation fail: the n-th, counted from 1, of operator new and of the
+/// library's calls of malloc and realloc together. For tests with one thread.
 class FailingAllocation {
 public:
     explicit FailingAllocation(std::size_t n) noexcept;
