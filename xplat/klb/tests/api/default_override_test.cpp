@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -34,6 +35,11 @@ std::string probeDocument(const std::string& members) {
 
 fs::path pathFrom(const std::string& utf8) {
     return fs::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+std::string utf8Of(const fs::path& path) {
+    const std::u8string text = path.u8string();
+    return std::string(text.begin(), text.end());
 }
 
 std::FILE* openOutputOf(const fs::path& program) {
@@ -76,6 +82,18 @@ public:
         }
     }
 
+    /// Moves the program alone into another directory inside the temporary one.
+    void moveInto(const std::string& directoryName) {
+        directoryName_ = directoryName;
+        const fs::path target = pathFrom(root_.makeDirectory(directoryName)) / program_.filename();
+        fs::rename(program_, target);
+        program_ = target;
+    }
+
+    /// The temporary directory, as the running program knows it.
+    std::string path() const {
+        return utf8Of(fs::canonical(pathFrom(root_.path())));
+    }
     /// Writes a file below the temporary directory.
     void write(const std::string& name, const std::string& bytes) const {
         root_.write(name, bytes);
@@ -88,8 +106,7 @@ public:
     }
     /// The full path of the override file, as the running program knows its own directory.
     std::string overrideFile() const {
-        const std::u8string directory = fs::canonical(program_.parent_path()).u8string();
-        return std::string(directory.begin(), directory.end()) + kSeparator + kOverrideFile;
+        return utf8Of(fs::canonical(program_.parent_path())) + kSeparator + kOverrideFile;
     }
 
     /// Runs it and gives what it prints.
@@ -105,7 +122,7 @@ public:
             size = std::fread(part.data(), 1, part.size(), output);
             text.append(part.data(), size);
         }
-        closeOutput(output);
+        EXPECT_EQ(closeOutput(output), 0);
         return text;
     }
 
@@ -162,8 +179,8 @@ TEST(DefaultOverride, LoadErrorsNameTheFile) {
 #if defined(_WIN32)
 TEST(DefaultOverride, DirectoryOfTheLibraryDoesNotMatter) {
     const Probe probe("app", "libraries");
-    std::string path = ";" + probe.pathOf("libraries");
-    path = std::string(std::getenv("PATH") != nullptr ? std::getenv("PATH") : "") + path;
+    const char* before = std::getenv("PATH");
+    const std::string path = (before != nullptr ? before : "") + (";" + probe.pathOf("libraries"));
     const ScopedEnvironment search("PATH", path);
     probe.write(std::string("libraries/") + kOverrideFile, probeDocument(kOn));
     EXPECT_EQ(probe.run(), "false");
@@ -173,27 +190,38 @@ TEST(DefaultOverride, DirectoryOfTheLibraryDoesNotMatter) {
     EXPECT_EQ(probe.run(), "domain_error: " + loadErrorText("FileTooSmall", probe.overrideFile()));
 }
 #else
-/// A directory name so deep that a program in it has a full path of some bytes more than given.
+/// The name of a directory, some levels deep, of exactly this length.
 std::string deepName(std::size_t length) {
-    std::string name = "d";
-    while (name.size() < length) {
-        name += "/" + std::string(100, 'd');
+    std::string name(length, 'd');
+    for (std::size_t index = 100; index + 1 < length; index += 100) {
+        name[index] = '/';
     }
     return name;
 }
 
+/// Moves the program so that its full path has exactly this length.
+void moveToPathOf(Probe& probe, std::size_t length) {
+    probe.moveInto(deepName(length - probe.path().size() - std::string("//app").size()));
+}
+
 TEST(DefaultOverride, LongPathIsNotCut) {
-    const Probe probe(deepName(300));
-    probe.writeOverride(probeDocument(kOn));
-    EXPECT_EQ(probe.run(), "true");
-    probe.writeOverride("{}");
-    EXPECT_EQ(probe.run(), "domain_error: " + loadErrorText("FileTooSmall", probe.overrideFile()));
+    for (const std::size_t length : {260U, 261U, 262U, 500U, 1040U}) {
+        SCOPED_TRACE(length);
+        Probe probe("app");
+        moveToPathOf(probe, length);
+        probe.writeOverride(probeDocument(kOn));
+        EXPECT_EQ(probe.run(), "true");
+        probe.writeOverride("{}");
+        EXPECT_EQ(probe.run(),
+                  "domain_error: " + loadErrorText("FileTooSmall", probe.overrideFile()));
+    }
 }
 
 TEST(DefaultOverride, PathTooLongForItsBufferIsAnError) {
-    for (const std::size_t length : {1041U, 2000U}) {
+    for (const std::size_t length : {1041U, 1042U, 2000U}) {
         SCOPED_TRACE(length);
-        const Probe probe(deepName(length));
+        Probe probe("app");
+        moveToPathOf(probe, length);
         probe.writeOverride(probeDocument(kOn));
         EXPECT_EQ(probe.run(), "runtime_error: getProcessDir: Invalid path.");
     }

@@ -186,6 +186,15 @@ TEST(LookupDocumentValue, NamesAreExactBytes) {
         });
 }
 
+TEST(LookupDocumentValue, NameWithANulIsNotItsBeginning) {
+    expectEntries(featuresFile(R"("a\u0000":true,"\u0000":true,"b\u0000":1,"b":true)"),
+                  {
+                      {"/a", kNotFound},
+                      {"/", kNotFound},
+                      {"/b", true},
+                  });
+}
+
 TEST(LookupDocumentValue, FirstOfEqualNamesCounts) {
     expectEntries(featuresFile(R"("a":true,"a":false,"b":false,"b":true,"c":1,"c":true,)"
                                R"("d":{"x":true},"d":{"x":false,"y":true},"e":true,"e":{"x":true},)"

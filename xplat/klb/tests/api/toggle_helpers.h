@@ -80,11 +80,17 @@ inline DamagedDocument damagedAt(std::string_view marked) {
 inline bool lockIsFree() {
     const auto entered = std::make_shared<std::promise<void>>();
     std::future<void> done = entered->get_future();
-    std::thread([entered] {
+    std::thread caller([entered] {
         KLB_IsInitialized();
         entered->set_value();
-    }).detach();
-    return done.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    });
+    const bool isFree = done.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    if (isFree) {
+        caller.join();
+    } else {
+        caller.detach();
+    }
+    return isFree;
 }
 
 } // namespace klb::test

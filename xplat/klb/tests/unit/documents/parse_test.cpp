@@ -110,7 +110,8 @@ TEST_F(Parse, MutatedDocumentsEndAsInTheDefaultMode) {
         "{ \t\r\n\"a\" : [ true , false , null ] , \"\" : { \"\" : \"\" } }   ",
         R"({"big":1e308,"t":[1.0,2,3],"e":"\\\/\b\f\r\t"})",
     };
-    const std::string alphabet("{}[]\",:\\/ntfu0189dDeE+-. \t\n\0\xC3\xFF", 32);
+    constexpr char kAlphabet[] = "{}[]\",:\\/ntfu0189dDeE+-. \t\n\0\xC3\xFF";
+    const std::string alphabet(kAlphabet, sizeof kAlphabet - 1);
     std::mt19937 random(20240607);
     const auto upTo = [&random](std::size_t n) {
         return std::uniform_int_distribution<std::size_t>(0, n)(random);
