@@ -41,7 +41,7 @@ void expectLoadError(const DamagedDocument& document, std::string_view error) {
     }
 }
 
-void expectParseErrors(std::string_view error, const std::vector<std::string>& markedDocuments) {
+void expectParseErrors(const std::vector<std::string>& markedDocuments, std::string_view error) {
     SCOPED_TRACE(error);
     for (const std::string& marked : markedDocuments) {
         expectLoadError(damagedAt(marked), error);
@@ -77,22 +77,23 @@ TEST(LoadToggleDocument, NeedsTenBytes) {
 // in an unspecific error.
 
 TEST(LoadToggleDocument, ReportsTextAfterTheRoot) {
-    expectParseErrors("ParseErrorDocumentRootNotSingular", {
-                                                               R"({"a":true}^x)",
-                                                               R"({"a":true}^})",
-                                                               R"({"a":true}^,)",
-                                                               R"({"a":true}^{"b":true})",
-                                                               "{\"a\":true} \t\r\n^true",
-                                                               R"({"a":true} ^// comment)",
-                                                               "{\"a\":true}^\xFF",
-                                                               "{\"a\":true}^\v",
-                                                               "{\"a\":true}\n^\xEF\xBB\xBF",
-                                                           });
+    expectParseErrors(
+        {
+            R"({"a":true}^x)",
+            R"({"a":true}^})",
+            R"({"a":true}^,)",
+            R"({"a":true}^{"b":true})",
+            "{\"a\":true} \t\r\n^true",
+            R"({"a":true} ^// comment)",
+            "{\"a\":true}^\xFF",
+            "{\"a\":true}^\v",
+            "{\"a\":true}\n^\xEF\xBB\xBF",
+        },
+        "ParseErrorDocumentRootNotSingular");
 }
 
 TEST(LoadToggleDocument, ReportsInvalidValues) {
     expectParseErrors(
-        "ParseErrorValueInvalid",
         {
             R"({"a":^x,"b":true})",     R"({"a":^,"b":true})",      R"({"key":  ^})",
             R"({"a":[true,^]})",        R"({"a":[^,true]})",        R"({"a":^True,"b":1})",
@@ -101,156 +102,187 @@ TEST(LoadToggleDocument, ReportsInvalidValues) {
             R"({"a":^Infinity})",       R"({"a":-^Infinity})",      R"({"a":-^,"b":true})",
             R"({"a":^+1,"b":true})",    R"({"a":^.5,"b":true})",    R"({"a":^'text','b':1})",
             R"({"a":^/* one */ true})", "{\"a\":^\xFF,\"b\":true}", "{\"a\":^\0true}"s,
-        });
+        },
+        "ParseErrorValueInvalid");
 }
 
 TEST(LoadToggleDocument, ReportsAMissingName) {
-    expectParseErrors("ParseErrorObjectMissName", {
-                                                      R"({^a:true,"b":true})",
-                                                      R"({^'a':true,"b":1})",
-                                                      R"({^1:true,"b":true})",
-                                                      R"({^,"a":true})",
-                                                      R"({"a":true,^})",
-                                                      R"({"a":true, ^,"b":1})",
-                                                      R"({"a":true,^)",
-                                                      R"({"a":{"b":1,^},"b":1})",
-                                                      "{         ^",
-                                                      "{\r\n  ^]      ",
-                                                      R"({^/* none */"a":1})",
-                                                      "{^\0\0\0\0\0\0\0\0\0\0"s,
-                                                      "{\"a\":true,^\xFF}",
-                                                  });
+    expectParseErrors(
+        {
+            R"({^a:true,"b":true})",
+            R"({^'a':true,"b":1})",
+            R"({^1:true,"b":true})",
+            R"({^,"a":true})",
+            R"({"a":true,^})",
+            R"({"a":true, ^,"b":1})",
+            R"({"a":true,^)",
+            R"({"a":{"b":1,^},"b":1})",
+            "{         ^",
+            "{\r\n  ^]      ",
+            R"({^/* none */"a":1})",
+            "{^\0\0\0\0\0\0\0\0\0\0"s,
+            "{\"a\":true,^\xFF}",
+        },
+        "ParseErrorObjectMissName");
 }
 
 TEST(LoadToggleDocument, ReportsAMissingColon) {
-    expectParseErrors("ParseErrorObjectMissColon", {
-                                                       R"({"name"^})" + "   "s,
-                                                       R"({"name" ^true})",
-                                                       R"({"name"^=true})",
-                                                       R"({"name"^,"a":true})",
-                                                       R"({"a":true,"name"^)",
-                                                       "{\"name\"\t\n^\"a\":true}",
-                                                   });
+    expectParseErrors(
+        {
+            R"({"name"^})" + "   "s,
+            R"({"name" ^true})",
+            R"({"name"^=true})",
+            R"({"name"^,"a":true})",
+            R"({"a":true,"name"^)",
+            "{\"name\"\t\n^\"a\":true}",
+        },
+        "ParseErrorObjectMissColon");
 }
 
 TEST(LoadToggleDocument, ReportsAMissingCommaOrCurlyBracket) {
-    expectParseErrors("ParseErrorObjectMissCommaOrCurlyBracket", {
-                                                                     R"({"a":true ^"b":true})",
-                                                                     R"({"a":true^;"b":true})",
-                                                                     R"({"a":true^])",
-                                                                     R"({"ab":true^)",
-                                                                     R"({"a":{"b":true}^)",
-                                                                     R"({"a":true^e,"b":1})",
-                                                                     R"({"a":0^1,"b":true})",
-                                                                     R"({"a":1^x,"b":true})",
-                                                                     R"({"a":"text"^"more"})",
-                                                                     R"({"a":true^/**/})",
-                                                                     "{\"a\":true^\xFF}",
-                                                                     "{\"a\":true^\0}"s,
-                                                                 });
+    expectParseErrors(
+        {
+            R"({"a":true ^"b":true})",
+            R"({"a":true^;"b":true})",
+            R"({"a":true^])",
+            R"({"ab":true^)",
+            R"({"a":{"b":true}^)",
+            R"({"a":true^e,"b":1})",
+            R"({"a":0^1,"b":true})",
+            R"({"a":1^x,"b":true})",
+            R"({"a":"text"^"more"})",
+            R"({"a":true^/**/})",
+            "{\"a\":true^\xFF}",
+            "{\"a\":true^\0}"s,
+        },
+        "ParseErrorObjectMissCommaOrCurlyBracket");
 }
 
 TEST(LoadToggleDocument, ReportsAMissingCommaOrSquareBracket) {
-    expectParseErrors("ParseErrorArrayMissCommaOrSquareBracket", {
-                                                                     R"({"a":[1 ^2]})",
-                                                                     R"({"a":[1,2^}})",
-                                                                     R"({"a":[true^)",
-                                                                     R"({"a":[[],[]^})",
-                                                                     R"({"a":["x"^:1]})",
-                                                                 });
+    expectParseErrors(
+        {
+            R"({"a":[1 ^2]})",
+            R"({"a":[1,2^}})",
+            R"({"a":[true^)",
+            R"({"a":[[],[]^})",
+            R"({"a":["x"^:1]})",
+        },
+        "ParseErrorArrayMissCommaOrSquareBracket");
 }
 
 TEST(LoadToggleDocument, ReportsBadHexDigitsWhereTheEscapeBegins) {
-    expectParseErrors("ParseErrorStringUnicodeEscapeInvalidHex", {
-                                                                     R"({"a":"^\u12G4"})",
-                                                                     R"({"a":"text ^\u12"})",
-                                                                     R"({"^\u006":true})",
-                                                                     R"({"name":"^\u)",
-                                                                     R"({"a":"\u0041^\u004g"})",
-                                                                     R"({"a":"^\ud83d\ude0"})",
-                                                                 });
+    expectParseErrors(
+        {
+            R"({"a":"^\u12G4"})",
+            R"({"a":"text ^\u12"})",
+            R"({"^\u006":true})",
+            R"({"name":"^\u)",
+            R"({"a":"\u0041^\u004g"})",
+            R"({"a":"^\ud83d\ude0"})",
+        },
+        "ParseErrorStringUnicodeEscapeInvalidHex");
 }
 
 TEST(LoadToggleDocument, ReportsALoneHighSurrogateWhereItBegins) {
-    expectParseErrors("ParseErrorStringUnicodeSurrogateInvalid", {
-                                                                     R"({"a":"^\ud800"})",
-                                                                     R"({"a":"text^\udbffmore"})",
-                                                                     R"({"a":"^\ud800\n"})",
-                                                                     R"({"a":"^\ud800\ud800"})",
-                                                                     R"({"a":"^\ud800\u0041"})",
-                                                                     R"({"^\ud800":true})",
-                                                                     R"({"a":"^\ud800)",
-                                                                 });
+    expectParseErrors(
+        {
+            R"({"a":"^\ud800"})",
+            R"({"a":"text^\udbffmore"})",
+            R"({"a":"^\ud800\n"})",
+            R"({"a":"^\ud800\ud800"})",
+            R"({"a":"^\ud800\u0041"})",
+            R"({"^\ud800":true})",
+            R"({"a":"^\ud800)",
+        },
+        "ParseErrorStringUnicodeSurrogateInvalid");
 }
 
 TEST(LoadToggleDocument, ReportsBadEscapesAndControlCharacters) {
-    expectParseErrors("ParseErrorStringEscapeInvalid", {
-                                                           R"({"a":"^\x41"})",
-                                                           R"({"a":"text^\'"})",
-                                                           R"({"^\a":true})",
-                                                           R"({"a":"^\U0041"})",
-                                                           R"({"abcd":"^\)",
-                                                           "{\"a\":\"two^\nlines\"}",
-                                                           "{\"a\":\"^\t\"     }",
-                                                           "{\"^\x1F\":true}",
-                                                           "{\"^\x01\":true}",
-                                                       });
+    expectParseErrors(
+        {
+            R"({"a":"^\x41"})",
+            R"({"a":"text^\'"})",
+            R"({"^\a":true})",
+            R"({"a":"^\U0041"})",
+            R"({"abcd":"^\)",
+            "{\"a\":\"two^\nlines\"}",
+            "{\"a\":\"^\t\"     }",
+            "{\"^\x1F\":true}",
+            "{\"^\x01\":true}",
+        },
+        "ParseErrorStringEscapeInvalid");
 }
 
 TEST(LoadToggleDocument, ReportsAMissingQuotationMark) {
-    expectParseErrors("ParseErrorStringMissQuotationMark", {
-                                                               R"({"a":"text^)",
-                                                               R"({"a":"text}  ^)",
-                                                               R"({"name:true}^)",
-                                                               R"({"a":true,"^)",
-                                                               R"({"a":"text\"}^)",
-                                                               "{\"a\":\"te^\0xt\"}"s,
-                                                               "{\"na^\0me\":true}"s,
-                                                           });
+    expectParseErrors(
+        {
+            R"({"a":"text^)",
+            R"({"a":"text}  ^)",
+            R"({"name:true}^)",
+            R"({"a":true,"^)",
+            R"({"a":"text\"}^)",
+            "{\"a\":\"te^\0xt\"}"s,
+            "{\"na^\0me\":true}"s,
+        },
+        "ParseErrorStringMissQuotationMark");
 }
 
 TEST(LoadToggleDocument, ReportsTooBigNumbersWhereTheyBegin) {
-    expectParseErrors("ParseErrorNumberTooBig", {
-                                                    R"({"a":^1e309})",
-                                                    R"({"a": ^-1e309,"b":true})",
-                                                    R"({"a":[0,^1E+400]})",
-                                                    R"({"a":^123.5e99999999999})",
-                                                    R"({"a":^)" + std::string(400, '9') + "}",
-                                                    R"({"a":^-)" + std::string(400, '9') + "}",
-                                                });
+    expectParseErrors(
+        {
+            R"({"a":^1e309})",
+            R"({"a": ^-1e309,"b":true})",
+            R"({"a":[0,^1E+400]})",
+            R"({"a":^123.5e99999999999})",
+            R"({"a":^)" + std::string(400, '9') + "}",
+            R"({"a":^-)" + std::string(400, '9') + "}",
+        },
+        "ParseErrorNumberTooBig");
 }
 
 TEST(LoadToggleDocument, ReportsAMissingFraction) {
-    expectParseErrors("ParseErrorNumberMissFraction", {
-                                                          R"({"a":1.^,"b":true})",
-                                                          R"({"a":-0.^ })",
-                                                          R"({"a":12.^e5})",
-                                                          R"({"a":1234.^)",
-                                                      });
+    expectParseErrors(
+        {
+            R"({"a":1.^,"b":true})",
+            R"({"a":-0.^ })",
+            R"({"a":12.^e5})",
+            R"({"a":1234.^)",
+        },
+        "ParseErrorNumberMissFraction");
 }
 
 TEST(LoadToggleDocument, ReportsAMissingExponent) {
-    expectParseErrors("ParseErrorNumberMissExponent", {
-                                                          R"({"a":1e^,"b":true})",
-                                                          R"({"a":1E+^ })",
-                                                          R"({"a":0.5e-^x})",
-                                                          R"({"a":1234e^)",
-                                                      });
+    expectParseErrors(
+        {
+            R"({"a":1e^,"b":true})",
+            R"({"a":1E+^ })",
+            R"({"a":0.5e-^x})",
+            R"({"a":1234e^)",
+        },
+        "ParseErrorNumberMissExponent");
 }
 
 TEST(LoadToggleDocument, CountsBytesInOffsets) {
-    expectParseErrors("ParseErrorValueInvalid", {
-                                                    "{\r\n\"a\"\r\n:\r\n^x}",
-                                                    "{\"\xC3\xA9\xF0\x9F\x98\x80\":^x}",
-                                                    R"({"\u0041\ud83d\ude00":^x})",
-                                                    "{\"\xFF\":^x     }",
-                                                });
+    expectParseErrors(
+        {
+            "{\r\n\"a\"\r\n:\r\n^x}",
+            "{\"\xC3\xA9\xF0\x9F\x98\x80\":^x}",
+            R"({"\u0041\ud83d\ude00":^x})",
+            "{\"\xFF\":^x     }",
+        },
+        "ParseErrorValueInvalid");
     // Far beyond any buffer's size.
     const std::string filler(3'000'000, ' ');
-    expectParseErrors("ParseErrorObjectMissCommaOrCurlyBracket",
-                      {"{" + filler + R"("a":true)" + filler + "^x}"});
-    expectParseErrors("ParseErrorStringMissQuotationMark",
-                      {R"({"a":true,"long":")" + filler + "^"});
+    expectParseErrors(
+        {
+            "{" + filler + R"("a":true)" + filler + "^x}",
+        },
+        "ParseErrorObjectMissCommaOrCurlyBracket");
+    expectParseErrors(
+        {
+            R"({"a":true,"long":")" + filler + "^",
+        },
+        "ParseErrorStringMissQuotationMark");
 }
 
 TEST(LoadToggleDocument, AcceptsWhatTheParserAccepts) {
@@ -346,9 +378,17 @@ TEST(LoadToggleDocument, ComparesTheSystemIdentifierByteForByte) {
 
 TEST(LoadToggleDocument, ReportsTheFirstErrorOnly) {
     // The text is parsed before its header is looked at, and the size comes before everything.
-    expectParseErrors("ParseErrorObjectMissName",
-                      {R"({"header":[],"a":true,^})", R"({"header":{"systemId":"Other"},^})"});
-    expectParseErrors("ParseErrorValueInvalid", {R"({"a":^x,"b":"\q",})"});
+    expectParseErrors(
+        {
+            R"({"header":[],"a":true,^})",
+            R"({"header":{"systemId":"Other"},^})",
+        },
+        "ParseErrorObjectMissName");
+    expectParseErrors(
+        {
+            R"({"a":^x,"b":"\q",})",
+        },
+        "ParseErrorValueInvalid");
     expectLoadError({" {\"a\":1} ", 0}, "FileTooSmall");
 }
 

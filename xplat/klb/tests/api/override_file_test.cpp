@@ -78,9 +78,8 @@ TEST(OverrideFile, SetsTogglesOfEveryToken) {
 
 TEST(OverrideFile, IsSearchedFromItsRoot) {
     const TempDirectory directory;
-    directory.write(
-        kOverrideName,
-        R"({"header":{"systemId":"TestSystem","flag":true},"features":{"a":true,"features":{"b":true}},"c":true})");
+    directory.write(kOverrideName, R"({"header":{"systemId":"TestSystem","flag":true},)"
+                                   R"("features":{"a":true,"features":{"b":true}},"c":true})");
     const OverridingSession session(directory);
     EXPECT_FALSE(registeredValue("/a", false, "core"));
     EXPECT_FALSE(registeredValue("/features/b", false, "core"));
