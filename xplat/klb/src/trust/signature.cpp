@@ -4,6 +4,7 @@
 #include "trust/crypto_objects.h"
 #include "trust/trust_store.h"
 
+#include <openssl/buffer.h>
 #include <openssl/pkcs7.h>
 
 namespace klb {
@@ -11,6 +12,19 @@ namespace klb {
 namespace {
 
 constexpr std::string_view kCertificateFileName = "mosk.cert.pem";
+
+/// A sink that takes this many bytes without asking for memory: the crypto library does not look
+/// whether the bytes it verified could be stored.
+CryptoStreamPtr makeSink(std::size_t capacity) {
+    CryptoStreamPtr sink(BIO_new(BIO_s_mem()));
+    BUF_MEM* memory = nullptr;
+    if (!sink || BIO_get_mem_ptr(sink.get(), &memory) != 1 ||
+        BUF_MEM_grow(memory, capacity) != capacity) {
+        return nullptr;
+    }
+    memory->length = 0;
+    return sink;
+}
 
 TrustStorePtr trustStoreFor(ToggleFileRecord& record, const Platform& platform) {
     if (record.certificate != nullptr) {
@@ -34,7 +48,8 @@ CryptoStreamPtr verify(ToggleFileRecord& record, const Platform& platform,
         diagnostics += "Error reading S/MIME message\n";
         return nullptr;
     }
-    CryptoStreamPtr output(BIO_new(BIO_s_mem()));
+    CryptoStreamPtr output =
+        makeSink(detached != nullptr ? BIO_ctrl_pending(detached) : record.content.size());
     if (!output) {
         // The only line without its end; hosts know the text like this.
         diagnostics += "Can't create output bio mem buff";

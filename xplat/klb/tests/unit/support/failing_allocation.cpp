@@ -3,56 +3,94 @@
 #include <cstdlib>
 #include <new>
 
-namespace {
-
-// Plain variables: where thread-local ones are emulated, they come from malloc themselves.
-std::size_t remaining = 0;
-bool failed = false;
-
-bool mustFail() noexcept {
-    if (remaining == 0 || --remaining != 0) {
-        return false;
-    }
-    failed = true;
-    return true;
-}
-
-} // namespace
-
-namespace klb::test {
-
-FailingAllocation::FailingAllocation(std::size_t n) noexcept {
-    failed = false;
-    remaining = n;
-}
-
-FailingAllocation::~FailingAllocation() {
-    remaining = 0;
-}
-
-bool FailingAllocation::happened() const noexcept {
-    return failed;
-}
-
-} // namespace klb::test
+#include <openssl/crypto.h>
 
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 void* __wrap_malloc(std::size_t size);
 void* __wrap_realloc(void* block, std::size_t size);
+}
+
+namespace {
+
+// Plain variables: where thread-local ones are emulated, they come from malloc themselves.
+struct Countdown {
+    std::size_t remaining = 0;
+    bool failed = false;
+
+    void start(std::size_t n) noexcept {
+        failed = false;
+        remaining = n;
+    }
+    bool mustFail() noexcept {
+        if (remaining == 0 || --remaining != 0) {
+            return false;
+        }
+        failed = true;
+        return true;
+    }
+};
+
+Countdown ofLibrary;
+Countdown ofCrypto;
+
+void* cryptoMalloc(std::size_t size, const char*, int) {
+    return ofCrypto.mustFail() ? nullptr : __real_malloc(size);
+}
+
+void* cryptoRealloc(void* block, std::size_t size, const char*, int) {
+    return ofCrypto.mustFail() ? nullptr : __real_realloc(block, size);
+}
+
+void cryptoFree(void* block, const char*, int) {
+    std::free(block);
+}
+
+// The crypto library takes other functions only before its first allocation.
+[[maybe_unused]] const bool hooked =
+    CRYPTO_set_mem_functions(cryptoMalloc, cryptoRealloc, cryptoFree) == 1;
+
+} // namespace
+
+namespace klb::test {
+
+FailingAllocation::FailingAllocation(std::size_t n) noexcept {
+    ofLibrary.start(n);
+}
+
+FailingAllocation::~FailingAllocation() {
+    ofLibrary.remaining = 0;
+}
+
+bool FailingAllocation::happened() const noexcept {
+    return ofLibrary.failed;
+}
+
+FailingCryptoAllocation::FailingCryptoAllocation(std::size_t n) noexcept {
+    ofCrypto.start(n);
+}
+
+FailingCryptoAllocation::~FailingCryptoAllocation() {
+    ofCrypto.remaining = 0;
+}
+
+bool FailingCryptoAllocation::happened() const noexcept {
+    return ofCrypto.failed;
+}
+
+} // namespace klb::test
 
 void* __wrap_malloc(std::size_t size) {
-    return mustFail() ? nullptr : __real_malloc(size);
+    return ofLibrary.mustFail() ? nullptr : __real_malloc(size);
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
-    return mustFail() ? nullptr : __real_realloc(block, size);
-}
+    return ofLibrary.mustFail() ? nullptr : __real_realloc(block, size);
 }
 
 void* operator new(std::size_t size) {
-    void* block = mustFail() ? nullptr : __real_malloc(size == 0 ? 1 : size);
+    void* block = ofLibrary.mustFail() ? nullptr : __real_malloc(size == 0 ? 1 : size);
     if (block == nullptr) {
         throw std::bad_alloc();
     }

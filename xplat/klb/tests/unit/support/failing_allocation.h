@@ -18,6 +18,18 @@ public:
     bool happened() const noexcept;
 };
 
+/// Makes the n-th allocation of the crypto library fail, counted from 1.
+class FailingCryptoAllocation {
+public:
+    explicit FailingCryptoAllocation(std::size_t n) noexcept;
+    ~FailingCryptoAllocation();
+    FailingCryptoAllocation(const FailingCryptoAllocation&) = delete;
+    FailingCryptoAllocation& operator=(const FailingCryptoAllocation&) = delete;
+
+    /// Whether the n-th allocation has been reached.
+    bool happened() const noexcept;
+};
+
 } // namespace klb::test
 
 #endif
