@@ -94,7 +94,7 @@ typedef int (*KLB_MessageProc)(KLB_MessageType type, const char* text);
 /// \param enableOverride Whether this computer's override file may change toggles.
 /// \par Errors
 /// "KLB_Init: sysID must not be NULL." (std::invalid_argument). Whatever is thrown, the library
-/// stays uninitialised.
+/// stays as it was.
 /// \par Threads
 /// Any. Only the check for a null sysID runs without the lock, the callback's call included.
 KLB_API void KLB_Init(const char* sysID, bool enableOverride);
@@ -173,10 +173,10 @@ KLB_API bool KLB_IsOBXInitialized();
 
 /// Registers a toggle file under a token and loads it.
 ///
-/// A file that does not exist, or is not a regular file, is no error: its toggles keep their
-/// defaults. The same holds, without a message, for a plain file whose first byte is not "{"; such
-/// a file is read again whenever a toggle is registered against it. Registering the same token with
-/// the same file again does nothing.
+/// A file that does not exist, cannot be opened or is not a regular file is no error: its toggles
+/// keep their defaults. The same holds, without a message, for a plain file whose first byte is not
+/// "{"; such a file is read again whenever a toggle is registered against it. Registering the same
+/// token with the same file again does nothing.
 ///
 /// \param toggleFileType The kind of file; not KLB_ToggleFileType_Invalid. The type that a token
 ///     was first registered with stays; a token first named by KLB_RegisterToggle() has the
@@ -222,7 +222,7 @@ KLB_API bool KLB_IsToggleFileRegistered(const char* toggleFileToken);
 ///
 /// The first registration with overrides enabled also registers the override file, whose errors are
 /// those of KLB_RegisterToggleFile(). When such an error is thrown the toggle is not registered;
-/// when a callback takes it, the toggle is registered without override values.
+/// when a callback takes it, the toggle is registered, without the values of the file refused.
 ///
 /// \param toggleKey The key, such as /editor/fastPath. Must not be null. A key that is empty or
 ///     does not begin with "/" is accepted, keeps its default and can never be queried. Copied.
@@ -297,7 +297,7 @@ KLB_API bool KLB_IsDynamicToggleRegistered(const char* toggleKey);
 /// "getToggle: key must start with '/' character." (std::invalid_argument);
 /// "getToggle: key is a mutable." (std::domain_error; the toggle is dynamic).
 /// \par Threads
-/// Any. Takes the lock once and allocates nothing.
+/// Any. Takes the lock once; allocates nothing but the texts of messages.
 KLB_API bool KLB_GetToggle(const char* toggleKey);
 
 /// Gives the current value of a dynamic toggle.
@@ -311,7 +311,7 @@ KLB_API bool KLB_GetToggle(const char* toggleKey);
 /// "getToggle: key is is immutable after initialization." (std::domain_error; the toggle is
 /// static).
 /// \par Threads
-/// Any. Takes the lock once and allocates nothing.
+/// Any. Takes the lock once; allocates nothing but the texts of messages.
 KLB_API bool KLB_GetDynamicToggle(const char* toggleKey);
 
 /// Changes the value of a dynamic toggle.

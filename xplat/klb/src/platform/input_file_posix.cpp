@@ -70,13 +70,27 @@ std::string nativeName(std::string path) {
     return path;
 }
 
-int openForReading(const char* name) {
+int openWith(const char* name, int flags) {
     int result;
     do {
-        // O_NONBLOCK: opening a pipe would otherwise wait for its writer.
-        result = ::open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+        result = ::open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY | flags);
     } while (result < 0 && errno == EINTR);
     return result;
+}
+
+int openForReading(const char* name) {
+    // Opening a pipe would otherwise wait for its writer.
+    const int result = openWith(name, O_NONBLOCK);
+    if (result < 0 && errno == EWOULDBLOCK) {
+        // A regular file that another process holds a lease on: the system takes it away in time.
+        return openWith(name, 0);
+    }
+    return result;
+}
+
+bool isRegularFile(const char* name) {
+    struct stat status {};
+    return ::stat(name, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 bool isRegularFile(int file) {
@@ -87,7 +101,12 @@ bool isRegularFile(int file) {
 } // namespace
 
 std::unique_ptr<InputFile> openInputFile(const std::string& path) {
-    FileDescriptor file(openForReading(nativeName(path).c_str()));
+    const std::string name = nativeName(path);
+    // Asked twice: opening a device may do something, and the name may change its meaning.
+    if (!isRegularFile(name.c_str())) {
+        return nullptr;
+    }
+    FileDescriptor file(openForReading(name.c_str()));
     if (file.get() < 0 || !isRegularFile(file.get())) {
         return nullptr;
     }

@@ -11,26 +11,40 @@ namespace klb {
 
 namespace {
 
-/// Makes the record the owner of the path. All or nothing: memory may run out.
+/// Takes back what attachFile() and a load did to the record.
+void detachFile(Registry& registry, ToggleFileRecord& record) noexcept {
+    registry.filesByPath.erase(record.path);
+    record.path.clear();
+    record.file.clear();
+    record.error.clear();
+    record.errorOffset = 0;
+    record.fileMissing = false;
+    record.document.reset();
+    record.certificate = nullptr;
+    record.skipSignatureCheck = false;
+}
+
+/// Makes the record the owner of the path.
 void attachFile(Registry& registry, ToggleFileRecord& record, std::string path, const char* file) {
-    std::string name = file;
     record.path = std::move(path);
-    Rollback detach([&record]() noexcept { record.path.clear(); });
-    registry.filesByPath.emplace(record.path, &record);
-    detach.commit();
-    record.file = std::move(name);
+    record.file = file;
     if (registry.certificate) {
         record.certificate = registry.certificate.get();
     }
     record.skipSignatureCheck = registry.noCertificate;
+    registry.filesByPath.emplace(record.path, &record);
 }
 
-void reportLoadError(const ToggleFileRecord& record) {
+/// What keeps the record's file from being used; empty when nothing does.
+std::string loadErrorText(const ToggleFileRecord& record) {
+    if (record.error.empty()) {
+        return {};
+    }
     std::string text = "registerToggleFile: " + record.error + " in file: " + record.path;
     if (record.errorOffset != 0) {
         text += " at offset: " + std::to_string(record.errorOffset);
     }
-    reportDomainError(text);
+    return text;
 }
 
 } // namespace
@@ -104,10 +118,14 @@ void registerToggleFile(Registry& registry, KLB_ToggleFileType type, const char*
         return;
     }
 
+    // When memory runs out, the call can be made again as if it were the first.
+    Rollback detach([&]() noexcept { detachFile(registry, record); });
     attachFile(registry, record, std::move(path), file);
     loadToggleDocument(record, registry.systemId, *registry.platform);
-    if (!record.error.empty()) {
-        reportLoadError(record);
+    const std::string error = loadErrorText(record);
+    detach.commit();
+    if (!error.empty()) {
+        reportDomainError(error);
     }
 }
 

@@ -1,3 +1,4 @@
+#include "core/message_reporter.h"
 #include "klb/manager.h"
 
 #include "support/failing_allocation.h"
@@ -65,15 +66,39 @@ TEST_F(MemoryFailure, AManagerIsMadeWholeOrNotAtAll) {
     EXPECT_EQ(manager->registry().systemId, *platform.deviceIdentity);
 }
 
-TEST_F(MemoryFailure, RegisteringAFileAgainCompletesIt) {
+TEST_F(MemoryFailure, AFileIsRegisteredWholeOrNotAtAll) {
     const auto manager = createManager("", false, platform.services());
-    const int allocations = failEachAllocation(
-        [&] { manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile); });
-    EXPECT_GT(allocations, 4);
-    EXPECT_EQ(manager->registry().filesInOrder.size(), 1U);
-    EXPECT_EQ(manager->registry().filesByPath.size(), 1U);
-    manager->registerToggle(kKey, false, kToken, false);
-    EXPECT_TRUE(manager->getToggle(kKey, false));
+    const Registry& registry = manager->registry();
+    const int allocations = failEachAllocation([&] {
+        ASSERT_TRUE(registry.filesByPath.empty());
+        manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+    });
+    EXPECT_GT(allocations, 8);
+    EXPECT_EQ(registry.filesInOrder.size(), 1U);
+    EXPECT_EQ(registry.filesByPath.size(), 1U);
+    EXPECT_NE(registry.filesInOrder.front()->document, nullptr);
+}
+
+std::string lastMessage;
+
+int keepMessage(KLB_MessageType, const char* text) {
+    lastMessage = text;
+    return 0;
+}
+
+TEST_F(MemoryFailure, ALoadErrorIsReportedByTheCallThatHasTheMemory) {
+    platform.files[kFile].bytes = "{\"no document at all, and of some length\"";
+    lastMessage.reserve(1000);
+    setMessageCallback(&keepMessage);
+    const auto manager = createManager("", false, platform.services());
+    const int allocations = failEachAllocation([&] {
+        ASSERT_EQ(lastMessage, "");
+        manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+    });
+    setMessageCallback(nullptr);
+    EXPECT_GT(allocations, 8);
+    EXPECT_EQ(lastMessage, "registerToggleFile: ParseErrorObjectMissColon in file: " +
+                               std::string(kFile) + " at offset: 41");
 }
 
 TEST_F(MemoryFailure, AToggleIsRegisteredWholeOrNotAtAll) {

@@ -14,7 +14,13 @@
 #if defined(_WIN32)
 #include "platform/text_encoding_windows.h"
 #else
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace klb {
@@ -64,6 +70,28 @@ TEST(OpenInputFile, OpensNothingButRegularFiles) {
     EXPECT_EQ(openInputFile(pipe), nullptr);
 #endif
 }
+
+#if !defined(_WIN32)
+TEST(OpenInputFile, WaitsForAnotherProcessToGiveItsLeaseBack) {
+    const TempDirectory directory;
+    const std::string path = directory.write("leased.json", "0123456789");
+    std::signal(SIGIO, SIG_IGN);
+    const int holder = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(holder, 0);
+    if (::fcntl(holder, F_SETLEASE, F_WRLCK) != 0) {
+        ::close(holder);
+        GTEST_SKIP() << "OpenInputFile.WaitsForAnotherProcessToGiveItsLeaseBack: the file system "
+                        "of the temporary directory has no leases";
+    }
+    std::thread giveBack([holder] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ::fcntl(holder, F_SETLEASE, F_UNLCK);
+    });
+    EXPECT_NE(openInputFile(path), nullptr);
+    giveBack.join();
+    ::close(holder);
+}
+#endif
 
 TEST(ExecutablePath, NamesThisProgram) {
     const auto path = executablePath();
