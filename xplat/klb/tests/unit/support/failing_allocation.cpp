@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <new>
 
+#include <malloc.h>
 #include <openssl/crypto.h>
 
 extern "C" {
@@ -31,6 +32,24 @@ struct Countdown {
         return true;
     }
 };
+
+std::string_view watchedText;
+int watchedTextSightings = 0;
+
+void lookAt(void* block) noexcept {
+    if (watchedText.empty() || block == nullptr) {
+        return;
+    }
+#if defined(_WIN32)
+    const std::size_t size = _msize(block);
+#else
+    const std::size_t size = malloc_usable_size(block);
+#endif
+    const std::string_view bytes(static_cast<const char*>(block), size);
+    if (bytes.find(watchedText) != std::string_view::npos) {
+        ++watchedTextSightings;
+    }
+}
 
 Countdown ofLibrary;
 Countdown ofCrypto;
@@ -79,6 +98,19 @@ bool FailingCryptoAllocation::happened() const noexcept {
     return ofCrypto.failed;
 }
 
+FreedMemoryWatch::FreedMemoryWatch(std::string_view text) noexcept {
+    watchedText = text;
+    watchedTextSightings = 0;
+}
+
+FreedMemoryWatch::~FreedMemoryWatch() {
+    watchedText = {};
+}
+
+int FreedMemoryWatch::sightings() const noexcept {
+    return watchedTextSightings;
+}
+
 } // namespace klb::test
 
 void* __wrap_malloc(std::size_t size) {
@@ -98,9 +130,11 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* block) noexcept {
+    lookAt(block);
     std::free(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept {
+    lookAt(block);
     std::free(block);
 }
