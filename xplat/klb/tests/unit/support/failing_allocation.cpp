@@ -1,6 +1,7 @@
 #include "support/failing_allocation.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include <malloc.h>
@@ -36,16 +37,26 @@ struct Countdown {
 std::string_view watchedText;
 int watchedTextSightings = 0;
 
+std::size_t sizeOf(void* block) noexcept {
+#if defined(_WIN32)
+    return _msize(block);
+#else
+    return malloc_usable_size(block);
+#endif
+}
+
+/// What others left in the memory of a new block must not count.
+void clearNew(void* block) noexcept {
+    if (!watchedText.empty()) {
+        std::memset(block, 0, sizeOf(block));
+    }
+}
+
 void lookAt(void* block) noexcept {
     if (watchedText.empty() || block == nullptr) {
         return;
     }
-#if defined(_WIN32)
-    const std::size_t size = _msize(block);
-#else
-    const std::size_t size = malloc_usable_size(block);
-#endif
-    const std::string_view bytes(static_cast<const char*>(block), size);
+    const std::string_view bytes(static_cast<const char*>(block), sizeOf(block));
     if (bytes.find(watchedText) != std::string_view::npos) {
         ++watchedTextSightings;
     }
@@ -126,6 +137,7 @@ void* operator new(std::size_t size) {
     if (block == nullptr) {
         throw std::bad_alloc();
     }
+    clearNew(block);
     return block;
 }
 
