@@ -220,6 +220,14 @@ TEST_F(LoadToggleDocument, LeavesNoDecryptedTextInFreedMemory) {
         }
     }
     EXPECT_EQ(record.error, "Verification failure\n");
+
+    // Nor does a plain text that is not of the form expected.
+    record.error.clear();
+    record.skipSignatureCheck = true;
+    EXPECT_EQ(loadToggleDocument(record, "System", platform.services()), nullptr);
+    EXPECT_EQ(record.error, "The original KLB file was either corrupted or it was created for a "
+                            "different computer.\n");
+    EXPECT_EQ(watch.sightings(), 0);
 }
 
 TEST_F(LoadToggleDocument, TheWatchOverFreedMemorySeesATextThatIsNotCleansed) {
