@@ -29,8 +29,8 @@ struct ToggleFile {
     const char* name;
 };
 
-/// Plain files may be edited by anyone. A protected file counts only if it was made for this
-/// system and signed by somebody whom the certificate beside it, mosk.cert.pem, names.
+/// Anyone may edit a plain file. A protected one counts only if it was made for this system and
+/// signed by the holder of the certificate beside it, mosk.cert.pem.
 ///
 /// Two of these files are not as they should be: print_toggles.json was cut short, as by a copy
 /// that was interrupted, and survey_toggles.klb was made for another system. The library reports
