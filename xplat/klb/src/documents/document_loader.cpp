@@ -1,12 +1,14 @@
 #include "documents/document_loader.h"
 
-#include "documents/document_input.h"
+#include "documents/document_parser.h"
 #include "documents/parse_errors.h"
 
 #include <cstdint>
 #include <limits>
-
-#include <rapidjson/reader.h>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace klb {
 
@@ -54,19 +56,6 @@ bool readContent(ToggleFileRecord& record, const Platform& platform) {
         return false;
     }
     return true;
-}
-
-/// Parses without recursion: a file of nothing but brackets must not exhaust the host's stack.
-rapidjson::ParseResult parse(std::vector<char>& content, JsonDocument& document) {
-    const vectoristream bytes(content);
-    DocumentInput input(bytes);
-    document.ParseStream<rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag>(input);
-    // A root that begins with a bracket or separator out of place counts as empty in this mode of
-    // the parser and as an invalid value in its default one, whose codes messages show.
-    if (document.GetParseError() == rapidjson::kParseErrorDocumentEmpty && input.Peek() != '\0') {
-        return {rapidjson::kParseErrorValueInvalid, document.GetErrorOffset()};
-    }
-    return {document.GetParseError(), document.GetErrorOffset()};
 }
 
 const JsonValue* findFirst(const JsonValue& object, const char* name) {
@@ -119,7 +108,7 @@ ToggleDocument* loadToggleDocument(ToggleFileRecord& record, std::string_view sy
     }
 
     auto document = std::make_unique<ToggleDocument>();
-    if (const rapidjson::ParseResult result = parse(record.content, document->root);
+    if (const rapidjson::ParseResult result = parseDocument(record.content, document->root);
         result.IsError()) {
         record.error = parseErrorName(result.Code());
         record.errorOffset = result.Offset();
