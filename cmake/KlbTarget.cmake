@@ -56,17 +56,20 @@ function(klb_limit_exports target)
     set(script "${CMAKE_CURRENT_BINARY_DIR}/klb.map")
     file(CONFIGURE OUTPUT "${script}" CONTENT "{\nglobal:\n@lines@;\nlocal: *;\n};\n" @ONLY)
     target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
-    if(NOT KLB_SANITIZE)
+    if(PROJECT_IS_TOP_LEVEL AND NOT KLB_SANITIZE)
       target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
     set_target_properties(${target} PROPERTIES LINK_DEPENDS "${script}")
   endif()
 endfunction()
 
-# Puts the DLLs that a library needs beside it.
+# Puts libcrypto, as scripts/setup built it, beside a library or program of this project's own
+# Windows build. Whoever embeds the project decides for himself where DLLs come from.
 function(klb_copy_runtime_dlls target)
-  add_custom_command(TARGET ${target} POST_BUILD
-    COMMAND ${CMAKE_COMMAND} -E copy_if_different
-      "${KLB_WINDOWS_PREFIX}/bin/libcrypto-3-x64.dll" "$<TARGET_FILE_DIR:${target}>"
-    VERBATIM)
+  if(PROJECT_IS_TOP_LEVEL AND KLB_WINDOWS_PREFIX)
+    add_custom_command(TARGET ${target} POST_BUILD
+      COMMAND ${CMAKE_COMMAND} -E copy_if_different
+        "${KLB_WINDOWS_PREFIX}/bin/libcrypto-3-x64.dll" "$<TARGET_FILE_DIR:${target}>"
+      VERBATIM)
+  endif()
 endfunction()

@@ -195,9 +195,12 @@ KLB_API bool KLB_IsOBXInitialized();
 ///     was first registered with stays; a token first named by KLB_RegisterToggle() has the
 ///     type 0, and its file is read like a protected one.
 /// \param toggleFileToken The name under which toggles refer to the file. Must not be null. Copied.
-/// \param toggleFile The file's name, UTF-8. Must be neither null nor empty. A name without a
-///     backslash is taken from the support directory, %PROGRAMDATA%\\Mosk\\Support\\; outside
-///     Windows a name that begins with "/" is taken as it is. Copied.
+/// \param toggleFile The file's name, UTF-8. Must be neither null nor empty. Copied.
+///     On Windows a name without a backslash is taken from the directory Mosk, Support below that
+///     of the environment variable PROGRAMDATA; a full path has a backslash.
+///     Elsewhere a name that begins with "/" is a full path. Of any other, one without a backslash
+///     is taken from $PROGRAMDATA/Mosk/Support/, or /var/lib/Mosk/Support/ without that variable,
+///     and a backslash counts as "/" when the file is opened.
 /// \par Before KLB_Init
 /// "KLB_RegisterToggleFile: KLB_Init must be called first." (std::domain_error).
 /// \par Errors

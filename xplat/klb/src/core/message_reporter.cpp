@@ -28,21 +28,21 @@ bool hasMessageCallback() noexcept {
     return messageCallback.load(std::memory_order_acquire) != nullptr;
 }
 
-bool reportMessage(const std::string& text) {
-    return send(KLB_MessageType_Error, text.c_str());
+bool reportMessage(const char* text) {
+    return send(KLB_MessageType_Error, text);
 }
 
-void reportWarning(const std::string& text) {
-    send(KLB_MessageType_Warning, text.c_str());
+void reportWarning(const char* text) {
+    send(KLB_MessageType_Warning, text);
 }
 
 void reportInvalidArgument(const char* text) {
-    if (!send(KLB_MessageType_Error, text)) {
+    if (!reportMessage(text)) {
         throw std::invalid_argument(text);
     }
 }
 
-void reportDomainError(const std::string& text) {
+void reportDomainError(const char* text) {
     if (!reportMessage(text)) {
         throw std::domain_error(text);
     }

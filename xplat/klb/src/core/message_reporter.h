@@ -3,8 +3,6 @@
 
 #include "klb.h"
 
-#include <string>
-
 namespace klb {
 
 // The host's message callback, and the one place that turns a text into its call or an exception.
@@ -15,16 +13,16 @@ void setMessageCallback(KLB_MessageProc callback) noexcept;
 bool hasMessageCallback() noexcept;
 
 /// Passes an error to the callback; false when there is none.
-bool reportMessage(const std::string& text);
+bool reportMessage(const char* text);
 
 /// Passes a warning to the callback; without one it is dropped.
-void reportWarning(const std::string& text);
+void reportWarning(const char* text);
 
 /// Passes an error to the callback; throws std::invalid_argument when there is none.
 void reportInvalidArgument(const char* text);
 
 /// Passes an error to the callback; throws std::domain_error when there is none.
-void reportDomainError(const std::string& text);
+void reportDomainError(const char* text);
 
 } // namespace klb
 

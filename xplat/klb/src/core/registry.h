@@ -41,7 +41,7 @@ struct Registry {
 
     /// The same toggles as togglesByKey, for queries.
     NameIndex<ToggleRecord> toggleIndex;
-    const Platform* platform = &nativePlatform();
+    const Platform* platform = nullptr;
 
     /// Some calls are refused from the first registration on.
     bool anythingRegistered() const noexcept {

@@ -1,13 +1,15 @@
 #include "documents/document_loader.h"
 
-#include "documents/document_input.h"
+#include "documents/document_parser.h"
 #include "documents/parse_errors.h"
 #include "platform/file_content.h"
 #include "trust/crypto_library.h"
 #include "trust/decryption.h"
 #include "trust/signature.h"
 
-#include <rapidjson/reader.h>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace klb {
 
@@ -64,19 +66,6 @@ bool openContent(ToggleFileRecord& record, std::string_view systemId, const Plat
            (record.skipSignatureCheck || verifySignature(record, platform));
 }
 
-/// Parses without recursion: a file of nothing but brackets must not exhaust the host's stack.
-rapidjson::ParseResult parse(std::vector<char>& content, JsonDocument& document) {
-    const vectoristream bytes(content);
-    DocumentInput input(bytes);
-    document.ParseStream<rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag>(input);
-    // A root that begins with a bracket or separator out of place counts as empty in this mode of
-    // the parser and as an invalid value in its default one, whose codes messages show.
-    if (document.GetParseError() == rapidjson::kParseErrorDocumentEmpty && input.Peek() != '\0') {
-        return {rapidjson::kParseErrorValueInvalid, document.GetErrorOffset()};
-    }
-    return {document.GetParseError(), document.GetErrorOffset()};
-}
-
 const JsonValue* findFirst(const JsonValue& object, const char* name) {
     const auto member = object.FindMember(name);
     return member != object.MemberEnd() ? &member->value : nullptr;
@@ -124,7 +113,7 @@ ToggleDocument* loadToggleDocument(ToggleFileRecord& record, std::string_view sy
     }
 
     auto document = std::make_unique<ToggleDocument>();
-    if (const rapidjson::ParseResult result = parse(record.content, document->root);
+    if (const rapidjson::ParseResult result = parseDocument(record.content, document->root);
         result.IsError()) {
         record.error = parseErrorName(result.Code());
         record.errorOffset = result.Offset();

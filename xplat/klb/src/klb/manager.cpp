@@ -5,8 +5,8 @@
 #include "trust/crypto_library.h"
 #include "trust/override_path.h"
 
+#include <optional>
 #include <string>
-#include <utility>
 
 namespace klb {
 
@@ -23,14 +23,10 @@ KLBMgr::KLBMgr(const char* systemId, bool enableOverride, const Platform& platfo
 }
 
 void KLBMgr::adoptDeviceIdentity() {
-    const std::optional<std::string> identity = registry_.platform->deviceIdentity();
-    if (!identity) {
-        return;
+    if (const std::optional<std::string> identity = registry_.platform->deviceIdentity()) {
+        registry_.deviceId = identity->substr(0, kMaxDeviceIdLength);
+        registry_.systemId = registry_.deviceId;
     }
-    std::string deviceId = identity->substr(0, kMaxDeviceIdLength);
-    std::string systemId = deviceId;
-    registry_.deviceId = std::move(deviceId);
-    registry_.systemId = std::move(systemId);
 }
 
 void KLBMgr::setOverridePath(const char* overridePath) {

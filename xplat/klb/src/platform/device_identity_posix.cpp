@@ -1,13 +1,19 @@
-#include "platform/device_identity.h"
+#include "platform/device_identity_posix.h"
 
+#include "platform/device_identity.h"
 #include "platform/input_file.h"
 
 #include <array>
+#include <memory>
 
 namespace klb {
 
 std::optional<std::string> deviceIdentity() {
-    const std::unique_ptr<InputFile> file = openInputFile("/etc/machine-id");
+    return readDeviceIdentity("/etc/machine-id");
+}
+
+std::optional<std::string> readDeviceIdentity(const std::string& path) {
+    const std::unique_ptr<InputFile> file = openInputFile(path);
     if (!file) {
         return std::nullopt;
     }

@@ -26,8 +26,9 @@ public:
 };
 
 /// Opens the file with this UTF-8 path; null when it cannot be opened or is no regular file. Never
-/// waits for a writer of a pipe. Outside Windows a backslash in a path that is not native is read
-/// as "/".
+/// waits for a writer of a pipe; outside Windows waits up to a minute for another process to give
+/// its lease on the file back. Outside Windows a backslash in a path that is not native is read as
+/// "/".
 std::unique_ptr<InputFile> openInputFile(const std::string& path);
 
 } // namespace klb

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -70,22 +72,25 @@ std::string nativeName(std::string path) {
     return path;
 }
 
-int openWith(const char* name, int flags) {
-    int result;
-    do {
-        result = ::open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY | flags);
-    } while (result < 0 && errno == EINTR);
-    return result;
-}
+// The first attempt to open a leased file asks for the lease; the system takes it away after
+// 45 seconds at the latest, unless the machine's owner chose another time.
+constexpr std::chrono::milliseconds kLeasePause{10};
+constexpr int kLeasePauses = 5'000;
 
 int openForReading(const char* name) {
-    // Opening a pipe would otherwise wait for its writer.
-    const int result = openWith(name, O_NONBLOCK);
-    if (result < 0 && errno == EWOULDBLOCK) {
-        // A regular file that another process holds a lease on: the system takes it away in time.
-        return openWith(name, 0);
+    for (int pauses = 0;;) {
+        // Without O_NONBLOCK, opening a pipe would wait for its writer.
+        const int result = ::open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+        if (result >= 0) {
+            return result;
+        }
+        if (errno == EWOULDBLOCK && pauses < kLeasePauses) {
+            std::this_thread::sleep_for(kLeasePause);
+            ++pauses;
+        } else if (errno != EINTR) {
+            return result;
+        }
     }
-    return result;
 }
 
 bool isRegularFile(const char* name) {

@@ -3,6 +3,7 @@
 #include "platform/text_encoding_windows.h"
 
 #include <cstdio>
+#include <utility>
 
 #include <io.h>
 #include <windows.h>

@@ -5,34 +5,33 @@
 #include "documents/document_loader.h"
 #include "trust/path_services.h"
 
+#include <memory>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace klb {
 
 namespace {
 
-/// Takes back what attachFile() and a load did to the record.
+/// Makes the record the owner of the path.
+void attachFile(Registry& registry, ToggleFileRecord& record, std::string path, const char* file) {
+    record.file = file;
+    record.path = std::move(path);
+    if (registry.certificate) {
+        record.certificate = registry.certificate.get();
+    }
+    record.skipSignatureCheck = registry.noCertificate;
+    registry.filesByPath.emplace(record.path, &record);
+}
+
+/// Takes back what attachFile() did, and what a load recorded that the host was not told.
 void detachFile(Registry& registry, ToggleFileRecord& record) noexcept {
     registry.filesByPath.erase(record.path);
     record.path.clear();
     record.file.clear();
     record.error.clear();
     record.errorOffset = 0;
-    record.fileMissing = false;
-    record.document.reset();
-    record.certificate = nullptr;
-    record.skipSignatureCheck = false;
-}
-
-/// Makes the record the owner of the path.
-void attachFile(Registry& registry, ToggleFileRecord& record, std::string path, const char* file) {
-    record.path = std::move(path);
-    record.file = file;
-    if (registry.certificate) {
-        record.certificate = registry.certificate.get();
-    }
-    record.skipSignatureCheck = registry.noCertificate;
-    registry.filesByPath.emplace(record.path, &record);
 }
 
 /// What keeps the record's file from being used; empty when nothing does.
@@ -104,17 +103,19 @@ void registerToggleFile(Registry& registry, KLB_ToggleFileType type, const char*
     ToggleFileRecord& record = registerToggleFileToken(registry, type, token);
     if (!record.path.empty()) {
         if (record.path != path) {
-            reportDomainError(
+            const std::string text =
                 "registerToggleFile: toggle file path location as already been set to '" +
-                record.path + "'");
+                record.path + "'";
+            reportDomainError(text.c_str());
         }
         return;
     }
     if (registry.filesByPath.contains(path)) {
         // Hosts know this text with the token of this call, not with the owner's.
-        reportDomainError(
+        const std::string text =
             "registerToggleFile: toggle file path location as already been registered to '" +
-            record.token + "'");
+            record.token + "'";
+        reportDomainError(text.c_str());
         return;
     }
 
@@ -125,7 +126,7 @@ void registerToggleFile(Registry& registry, KLB_ToggleFileType type, const char*
     const std::string error = loadErrorText(record);
     detach.commit();
     if (!error.empty()) {
-        reportDomainError(error);
+        reportDomainError(error.c_str());
     }
 }
 

@@ -7,8 +7,11 @@
 #include "registry/toggle_files.h"
 #include "trust/override_path.h"
 
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace klb {
 
@@ -123,8 +126,9 @@ void registerToggle(Registry& registry, const char* key, bool defaultValue, cons
     ToggleFileRecord& file = registerToggleFileToken(registry, KLB_ToggleFileType_Invalid, token);
     if (const ToggleRecord* known = findToggle(registry, key)) {
         if (known->file != &file) {
-            reportDomainError("registerToggle: " + known->key + " already registred in " +
-                              known->file->path);
+            const std::string text =
+                "registerToggle: " + known->key + " already registred in " + known->file->path;
+            reportDomainError(text.c_str());
         }
         return;
     }
@@ -149,8 +153,9 @@ bool getToggle(const Registry& registry, const char* key, bool dynamic) {
     const ToggleRecord* toggle = findToggle(registry, key);
     if (toggle == nullptr) {
         if (hasMessageCallback()) {
-            reportWarning("getToggle: key, " + std::string(key) +
-                          ", was not registered. Returning false.");
+            const std::string text =
+                "getToggle: key, " + std::string(key) + ", was not registered. Returning false.";
+            reportWarning(text.c_str());
         }
         return false;
     }

@@ -4,7 +4,8 @@
 #include "trust/crypto_objects.h"
 
 #include <array>
-#include <optional>
+#include <memory>
+#include <string>
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>

@@ -6,6 +6,7 @@
 
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace klb {
 

@@ -5,28 +5,60 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <functional>
+#include <limits>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace klb::test {
 
 namespace {
 
-/// Time enough for work that grows with the size of its input, and for nothing worse.
-class TimeLimit {
-public:
-    explicit TimeLimit(std::chrono::seconds limit)
-        : end_(std::chrono::steady_clock::now() + limit) {}
-
-    bool isOver() const {
-        return std::chrono::steady_clock::now() > end_;
+/// The CPU time that this process has used so far. std::clock() would be wall time on Windows.
+double cpuSeconds() {
+    timespec used{};
+    if (clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used) != 0) {
+        throw std::system_error(errno, std::generic_category(), "clock_gettime");
     }
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
+}
 
-private:
-    std::chrono::steady_clock::time_point end_;
-};
+/// The input of the larger one of two compared runs is this many times the smaller one's.
+constexpr int kGrowth = 4;
+
+/// The work's time grows with the size of its input, and not with the square of it: the larger run
+/// takes some 4 times as long as the smaller one, and would take 16 times as long.
+void expectLinearTime(int size, const std::function<void(int size)>& work) {
+    constexpr double kLimit = 9;
+    constexpr int kRounds = 3;
+    double smaller = std::numeric_limits<double>::infinity();
+    double larger = std::numeric_limits<double>::infinity();
+    // A busy machine makes CPU time longer, never shorter: the least of each counts, and one
+    // round is enough as a rule.
+    for (int round = 0; round < kRounds; ++round) {
+        // As often as makes both runs equally long, for a clock that ticks coarsely.
+        const double start = cpuSeconds();
+        for (int i = 0; i < kGrowth; ++i) {
+            work(size);
+        }
+        const double middle = cpuSeconds();
+        work(size * kGrowth);
+        const double end = cpuSeconds();
+        smaller = std::min(smaller, (middle - start) / kGrowth);
+        larger = std::min(larger, end - middle);
+        ASSERT_GT(smaller, 0);
+        if (larger <= kLimit * smaller) {
+            return;
+        }
+    }
+    ADD_FAILURE() << kGrowth << " times the input took " << larger / smaller
+                  << " times as long: " << larger << " s after " << smaller << " s";
+}
 
 std::string repeated(const std::string& text, int times) {
     std::string result;
@@ -115,33 +147,36 @@ TEST(DeepNesting, DamageIsReportedWithItsPlace) {
 
 constexpr int kSegments = 100'000;
 
-TEST(LongKey, OfAHundredThousandSegmentsTakesLinearTime) {
-    const TempDirectory directory;
+/// Looks keys of that many segments up in a document that is as deep.
+void useLongKeys(ErrorObserver& observer, const TempDirectory& directory, int segments) {
     const std::string path = directory.write(
         "toggles.json",
-        featuresFile(R"("segment00":)" + repeated(R"({"other":1,"segment00":)", kSegments - 1) +
-                     "true" + repeated("}", kSegments - 1)));
-    const std::string key = repeated("/segment00", kSegments);
-    ASSERT_EQ(key.size(), 1'000'000U);
+        featuresFile(R"("segment00":)" + repeated(R"({"other":1,"segment00":)", segments - 1) +
+                     "true" + repeated("}", segments - 1)));
+    const std::string key = repeated("/segment00", segments);
+    const LibrarySession library;
+    observer.expectSilence([&] {
+        registerPlainFile("core", path);
+        EXPECT_TRUE(registeredValue(key, false, "core"));
+        for (int i = 0; i < 20; ++i) {
+            SCOPED_TRACE(i);
+            const std::string suffix = std::to_string(i);
+            // Too deep, missing at the last level, and missing half-way.
+            EXPECT_FALSE(registeredValue(key + "/" + suffix, false, "core"));
+            EXPECT_FALSE(registeredValue(key + suffix, false, "core"));
+            std::string halfWay = key;
+            halfWay.replace(key.size() / 2, 10, "/missing" + suffix);
+            EXPECT_FALSE(registeredValue(halfWay, false, "core"));
+        }
+        EXPECT_TRUE(KLB_GetToggle(key.c_str()));
+    });
+}
+
+TEST(LongKey, OfAHundredThousandSegmentsTakesLinearTime) {
+    const TempDirectory directory;
     inBothErrorModes([&](ErrorObserver& observer) {
-        const LibrarySession library;
-        const TimeLimit limit(std::chrono::seconds(30));
-        observer.expectSilence([&] {
-            registerPlainFile("core", path);
-            EXPECT_TRUE(registeredValue(key, false, "core"));
-            for (int i = 0; i < 20 && !limit.isOver(); ++i) {
-                SCOPED_TRACE(i);
-                const std::string suffix = std::to_string(i);
-                // Too deep, missing at the last level, and missing half-way.
-                EXPECT_FALSE(registeredValue(key + "/" + suffix, false, "core"));
-                EXPECT_FALSE(registeredValue(key + suffix, false, "core"));
-                std::string halfWay = key;
-                halfWay.replace(key.size() / 2, 10, "/missing" + suffix);
-                EXPECT_FALSE(registeredValue(halfWay, false, "core"));
-            }
-            EXPECT_TRUE(KLB_GetToggle(key.c_str()));
-        });
-        EXPECT_FALSE(limit.isOver());
+        expectLinearTime(kSegments / kGrowth,
+                         [&](int segments) { useLongKeys(observer, directory, segments); });
     });
 }
 
@@ -194,47 +229,48 @@ TEST(LongKey, StandsWholeInMessages) {
     });
 }
 
-TEST(ManyToggles, InOneWideObjectTakeLinearTime) {
-    constexpr int kToggles = 200'000;
+/// Registers that many toggles that the files have an entry for, in the group or, without its name,
+/// at the top, and as many that they have none for.
+void useManyToggles(const std::string& group, int toggles) {
     // The toggle file sets every toggle; the override file has an entry for each, of which every
     // other one counts.
     std::string file;
     std::string overrides;
-    for (int i = 0; i < kToggles; ++i) {
+    for (int i = 0; i < toggles; ++i) {
         const std::string name = (i ? ",\"t" : "\"t") + std::to_string(i) + "\":";
         file += name + "true";
         overrides += name + (i % 2 ? "false" : "null");
     }
+    const auto inGroup = [&](const std::string& members) {
+        return group.empty() ? members : "\"" + group + "\":{" + members + "}";
+    };
+    const std::string prefix = group.empty() ? "/t" : "/" + group + "/t";
+    const TempDirectory directory;
+    const std::string path = directory.write("toggles.json", featuresFile(inGroup(file)));
+    directory.write("CIT_OVERRIDE.KLB", documentWith(inGroup(overrides)));
+
+    const MessageRecorder ignored;
+    const LibrarySession library("TestSystem", true);
+    KLB_SetOverridePath(directory.path().c_str());
+    registerPlainFile("core", path);
+    for (int i = 0; i < toggles; ++i) {
+        const std::string key = prefix + std::to_string(i);
+        KLB_RegisterToggle(key.c_str(), false, "core");
+        KLB_RegisterToggle((key + "x").c_str(), true, "core");
+    }
+    int wrong = 0;
+    for (int i = 0; i < toggles; ++i) {
+        const std::string key = prefix + std::to_string(i);
+        wrong += KLB_GetToggle(key.c_str()) != (i % 2 == 0);
+        wrong += !KLB_GetToggle((key + "x").c_str());
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(ManyToggles, InOneWideObjectTakeLinearTime) {
     for (const std::string group : {"", "group"}) {
         SCOPED_TRACE(group.empty() ? "at the top" : "in a group");
-        const auto inGroup = [&](const std::string& members) {
-            return group.empty() ? members : "\"" + group + "\":{" + members + "}";
-        };
-        const std::string prefix = group.empty() ? "/t" : "/" + group + "/t";
-        const TempDirectory directory;
-        const std::string path = directory.write("toggles.json", featuresFile(inGroup(file)));
-        directory.write("CIT_OVERRIDE.KLB", documentWith(inGroup(overrides)));
-
-        const TimeLimit limit(std::chrono::seconds(30));
-        const MessageRecorder ignored;
-        const LibrarySession library("TestSystem", true);
-        KLB_SetOverridePath(directory.path().c_str());
-        registerPlainFile("core", path);
-        int wrong = 0;
-        int done = 0;
-        for (; done < kToggles && (done % 1000 != 0 || !limit.isOver()); ++done) {
-            const std::string key = prefix + std::to_string(done);
-            KLB_RegisterToggle(key.c_str(), false, "core");
-            KLB_RegisterToggle((key + "x").c_str(), true, "core");
-        }
-        for (int i = 0; i < done; ++i) {
-            const std::string key = prefix + std::to_string(i);
-            wrong += KLB_GetToggle(key.c_str()) != (i % 2 == 0);
-            wrong += !KLB_GetToggle((key + "x").c_str());
-        }
-        ASSERT_EQ(done, kToggles) << "registered before the time was over";
-        EXPECT_EQ(wrong, 0);
-        EXPECT_FALSE(limit.isOver());
+        expectLinearTime(20'000, [&](int toggles) { useManyToggles(group, toggles); });
     }
 }
 

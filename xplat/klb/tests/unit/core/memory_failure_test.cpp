@@ -71,12 +71,14 @@ TEST_F(MemoryFailure, AFileIsRegisteredWholeOrNotAtAll) {
     const Registry& registry = manager->registry();
     const int allocations = failEachAllocation([&] {
         ASSERT_TRUE(registry.filesByPath.empty());
+        ASSERT_TRUE(registry.filesInOrder.empty() || registry.filesInOrder.front()->file.empty());
         manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
     });
     EXPECT_GT(allocations, 8);
     EXPECT_EQ(registry.filesInOrder.size(), 1U);
     EXPECT_EQ(registry.filesByPath.size(), 1U);
     EXPECT_NE(registry.filesInOrder.front()->document, nullptr);
+    EXPECT_EQ(registry.filesInOrder.front()->file, kFile);
 }
 
 std::string lastMessage;
@@ -124,24 +126,57 @@ TEST_F(MemoryFailure, AToggleIsRegisteredWholeOrNotAtAll) {
 }
 
 TEST_F(MemoryFailure, AFailedRegistrationLeavesNothingButTheToken) {
-    const auto manager = createManager("", false, platform.services());
-    {
-        // The last allocation of a registration is the one of the toggle map.
-        int allocations = 0;
+    for (std::size_t n = 1;; ++n) {
+        SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
+        const auto manager = createManager("", false, platform.services());
+        const Registry& registry = manager->registry();
+        manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+        const ToggleFileRecord& file = *registry.filesInOrder.front();
+        bool thrown = false;
         {
-            const auto probe = createManager("", false, platform.services());
-            allocations =
-                failEachAllocation([&] { probe->registerToggle(kKey, true, kOtherToken, true); });
+            const test::FailingAllocation failure(n);
+            try {
+                manager->registerToggle(kKey, false, kToken, true);
+            } catch (const std::bad_alloc&) {
+                thrown = true;
+            }
         }
-        const test::FailingAllocation failure(static_cast<std::size_t>(allocations));
-        EXPECT_THROW(manager->registerToggle(kKey, true, kOtherToken, true), std::bad_alloc);
+        const std::size_t entries = thrown ? 0 : 1;
+        EXPECT_EQ(registry.togglesByKey.size(), entries);
+        EXPECT_EQ(registry.toggleIndex.size(), entries);
+        EXPECT_EQ(file.toggles.size(), entries);
+        EXPECT_EQ(file.differingToggles.size(), entries);
+        if (!thrown) {
+            EXPECT_GT(n, 5U);
+            break;
+        }
     }
+}
+
+TEST_F(MemoryFailure, AnUnknownTokenIsMadeWholeOrNotAtAll) {
+    const auto manager = createManager("", false, platform.services());
     const Registry& registry = manager->registry();
-    EXPECT_FALSE(manager->lookupToggle(kKey).registered);
-    EXPECT_TRUE(registry.togglesByKey.empty());
-    EXPECT_TRUE(registry.toggleIndex.empty());
-    ASSERT_TRUE(registry.filesByToken.contains(kOtherToken));
-    EXPECT_TRUE(registry.filesByToken.at(kOtherToken)->toggles.empty());
+    const int allocations = failEachAllocation([&] {
+        ASSERT_EQ(registry.filesInOrder.size(), registry.filesByToken.size());
+        manager->registerToggle(kKey, true, kOtherToken, true);
+    });
+    EXPECT_GT(allocations, 5);
+    EXPECT_EQ(registry.filesInOrder.size(), 1U);
+    EXPECT_EQ(registry.filesInOrder.front()->toggles.size(), 1U);
+}
+
+TEST_F(MemoryFailure, QueriesNeedNoMemory) {
+    const auto manager = createManager("", false, platform.services());
+    manager->registerToggle(kKey, true, kToken, false);
+    manager->registerToggle(kOverridden, true, kToken, true);
+    const test::FailingAllocation failure(1);
+    EXPECT_TRUE(manager->getToggle(kKey, false));
+    EXPECT_TRUE(manager->getToggle(kOverridden, true));
+    EXPECT_FALSE(manager->getToggle("/a-key-of-more-than-thirty-characters", false));
+    EXPECT_TRUE(manager->lookupToggle(kKey).registered);
+    manager->setDynamicToggle(kOverridden, false);
+    EXPECT_FALSE(manager->getToggle(kOverridden, true));
+    EXPECT_FALSE(failure.happened());
 }
 
 TEST_F(MemoryFailure, SettingTheOverridePathIsAllOrNothing) {

@@ -10,10 +10,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 
 #if defined(_WIN32)
 #include "platform/text_encoding_windows.h"
 #else
+#include "platform/device_identity_posix.h"
+
 #include <chrono>
 #include <csignal>
 #include <thread>
@@ -80,8 +83,7 @@ TEST(OpenInputFile, WaitsForAnotherProcessToGiveItsLeaseBack) {
     ASSERT_GE(holder, 0);
     if (::fcntl(holder, F_SETLEASE, F_WRLCK) != 0) {
         ::close(holder);
-        GTEST_SKIP() << "OpenInputFile.WaitsForAnotherProcessToGiveItsLeaseBack: the file system "
-                        "of the temporary directory has no leases";
+        GTEST_SKIP() << "the file system of the temporary directory has no leases";
     }
     std::thread giveBack([holder] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -130,13 +132,40 @@ TEST(ExpandEnvironment, ALongExpansionEndsSomewhere) {
 TEST(DeviceIdentity, IsOneLineOfHexadecimalDigits) {
     const auto identity = deviceIdentity();
     if (!identity) {
-        GTEST_SKIP() << "DeviceIdentity.IsOneLineOfHexadecimalDigits: this machine has none";
+        GTEST_SKIP() << "this machine has none";
     }
     EXPECT_EQ(identity->size(), 32U);
     EXPECT_TRUE(std::all_of(identity->begin(), identity->end(), [](unsigned char c) {
         return std::isxdigit(c) != 0;
     })) << *identity;
 }
+
+#if !defined(_WIN32)
+TEST(DeviceIdentity, IsTheFirstLineOfItsFile) {
+    struct Case {
+        const char* name;
+        std::string bytes;
+        std::optional<std::string> expected;
+    };
+    const Case cases[] = {
+        {"a line", "0123abcd\n", "0123abcd"},
+        {"no line end", "0123abcd", "0123abcd"},
+        {"two lines", "first\nsecond\n", "first"},
+        {"up to a NUL", std::string("ab\0cd\n", 6), "ab"},
+        {"long", std::string(300, 'x'), std::string(256, 'x')},
+        {"empty file", "", std::nullopt},
+        {"empty line", "\nsecond\n", std::nullopt},
+        {"NUL first", std::string("\0ab\n", 4), std::nullopt},
+    };
+    const TempDirectory directory;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(readDeviceIdentity(directory.write("machine-id", c.bytes)), c.expected);
+    }
+    EXPECT_EQ(readDeviceIdentity(directory.pathOf("missing")), std::nullopt);
+    EXPECT_EQ(readDeviceIdentity(directory.path()), std::nullopt);
+}
+#endif
 
 #if defined(_WIN32)
 TEST(TextEncoding, GoesBothWaysUpToTheFirstZero) {
