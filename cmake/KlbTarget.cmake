@@ -27,6 +27,10 @@ function(klb_configure_target target)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       # A shared object with unique symbols can never be unloaded.
       target_compile_options(${target} PRIVATE -fno-gnu-unique)
+      if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        # GCC 12 sees overlapping copies in optimised string concatenations where there are none.
+        target_compile_options(${target} PRIVATE -Wno-restrict)
+      endif()
     endif()
   endif()
 

@@ -16,6 +16,10 @@ else()
 endif()
 set(KLB_WINDOWS_PREFIX "${_klb_cache}/windows-x64" CACHE PATH "Where scripts/setup put libcrypto")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KLB_WINDOWS_PREFIX)
+if(NOT EXISTS "${KLB_WINDOWS_PREFIX}/libcrypto-source-version")
+  message(FATAL_ERROR "There is no libcrypto for Windows in ${KLB_WINDOWS_PREFIX}: run scripts/setup. "
+    "When KLB_CACHE_DIR has changed, remove the build directory as well.")
+endif()
 
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 "${KLB_WINDOWS_PREFIX}")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -132,7 +132,7 @@ TEST(ExpandEnvironment, ALongExpansionEndsSomewhere) {
 TEST(DeviceIdentity, IsOneLineOfHexadecimalDigits) {
     const auto identity = deviceIdentity();
     if (!identity) {
-        GTEST_SKIP() << "this machine has none";
+        GTEST_SKIP() << "this computer has no identity";
     }
     EXPECT_EQ(identity->size(), 32U);
     EXPECT_TRUE(std::all_of(identity->begin(), identity->end(), [](unsigned char c) {
