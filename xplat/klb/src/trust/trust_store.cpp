@@ -9,23 +9,36 @@ namespace klb {
 
 namespace {
 
-/// Trusts the certificates of a PEM text, up to its end or to the first one that cannot be read;
-/// false when there is none. An encrypted one cannot be read: nobody is asked for its pass phrase.
+struct PemEntriesDeleter {
+    void operator()(STACK_OF(X509_INFO) * entries) const noexcept {
+        sk_X509_INFO_pop_free(entries, X509_INFO_free);
+    }
+};
+using PemEntriesPtr = std::unique_ptr<STACK_OF(X509_INFO), PemEntriesDeleter>;
+
+/// Trusts every certificate of a PEM text, and minds its revocation lists; nothing of a text that
+/// cannot be read to its end. Nobody is asked for a pass phrase.
 bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
     const CryptoStreamPtr input = openBytes(pem);
     if (!input) {
         return false;
     }
     char noPassPhrase[] = "";
-    bool added = false;
-    for (;;) {
-        const CertificatePtr certificate(
-            PEM_read_bio_X509_AUX(input.get(), nullptr, nullptr, noPassPhrase));
-        if (!certificate || X509_STORE_add_cert(store, certificate.get()) != 1) {
-            return added;
-        }
-        added = true;
+    const PemEntriesPtr entries(
+        PEM_X509_INFO_read_bio(input.get(), nullptr, nullptr, noPassPhrase));
+    if (!entries) {
+        return false;
     }
+    bool added = false;
+    for (int i = 0; i < sk_X509_INFO_num(entries.get()); ++i) {
+        const X509_INFO* entry = sk_X509_INFO_value(entries.get(), i);
+        if ((entry->x509 != nullptr && X509_STORE_add_cert(store, entry->x509) != 1) ||
+            (entry->crl != nullptr && X509_STORE_add_crl(store, entry->crl) != 1)) {
+            return false;
+        }
+        added = added || entry->x509 != nullptr || entry->crl != nullptr;
+    }
+    return added;
 }
 
 /// The file is read through the platform like every other one: what is not a regular file is
