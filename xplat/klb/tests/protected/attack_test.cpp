@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <stdexcept>
 #include <string>
 
 namespace klb::test {

@@ -51,7 +51,7 @@ TEST(DecryptContent, DocumentIsHeldToTheRulesOfDocuments) {
         {"json-other-header.klb", refused("ErrorSystemIdDoesNotMatch")},
         {"json-brace.klb", refused("ParseErrorObjectMissName", 1)},
         {"json-more.klb", refused("ParseErrorDocumentRootNotSingular", headless.size())},
-        {"json-nul.klb", kAccepted},
+        {"json-zero.klb", kAccepted},
         {"json-array.klb", refused(kOtherComputer)},
         {"json-space.klb", refused(kOtherComputer)},
         {"json-mark.klb", refused(kOtherComputer)},

@@ -4,22 +4,22 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <functional>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <filesystem>
 #endif
 
 namespace klb::test {
 
 namespace {
-
-std::filesystem::path toPath(const std::string& utf8) {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
-}
 
 Trust beside(std::function<void(const TempDirectory&)> put) {
     return {Trust::Host::SaysNothing, {}, std::move(put)};
@@ -36,7 +36,7 @@ TEST(BadCertificateFile, DirectoryIsMissing) {
 #if !defined(_WIN32)
 Trust linkTo(const std::string& target) {
     return beside([target](const TempDirectory& place) {
-        std::filesystem::create_symlink(target, toPath(place.pathOf(kCertificateFile)));
+        std::filesystem::create_symlink(target, place.pathOf(kCertificateFile));
     });
 }
 

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 namespace klb::test {
@@ -74,7 +76,7 @@ TEST(VerifySignature, LeavesTheSignedDocumentAndNothingElse) {
         {"lines end in LF", "opaque-lf.klb", kAccepted},
         {"no header", "headless.klb", kAccepted},
         {"white space in front", "white-space.klb", kAccepted},
-        {"bytes behind a NUL", "nul.klb", kAccepted},
+        {"bytes behind a NUL", "zero.klb", kAccepted},
         {"text before the signed part", "preamble.klb", kAccepted},
         {"text behind the message", "epilogue.klb", kAccepted},
         {"same content inside and in front", "content-twice.klb", kAccepted},
@@ -157,6 +159,28 @@ TEST(VerifySignature, FileBesideMayHoldOtherThings) {
         SCOPED_TRACE(c.name);
         expectOutcome(made("rsa.klb"), besideLies(c.text), kAccepted);
         expectOutcome(made("stranger.klb"), besideLies(c.text), refused(kNotVerified));
+    }
+}
+
+TEST(VerifySignature, FileBesideIsLoadedWholeOrNotAtAll) {
+    const std::string rsa = made("rsa.pem");
+    const std::string broken = "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n";
+    const struct {
+        const char* name;
+        std::string text;
+    } cases[] = {
+        {"a broken certificate in front", broken + rsa},
+        {"a broken certificate behind", rsa + broken},
+        {"a certificate that is no base64",
+         rsa + "-----BEGIN CERTIFICATE-----\n!!!!\n-----END CERTIFICATE-----\n"},
+        {"a certificate cut short", rsa + made("ec.pem").substr(0, 200)},
+        {"a revocation list cut short", rsa + made("ca.crl").substr(0, 200)},
+        {"an encrypted certificate in front", made("encrypted.pem") + rsa},
+        {"an encrypted certificate behind", rsa + made("encrypted.pem")},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        expectOutcome(made("rsa.klb"), besideLies(c.text), refused(kNotVerified));
     }
 }
 
