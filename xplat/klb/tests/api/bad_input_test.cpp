@@ -1,5 +1,7 @@
 #include "error_mode.h"
 #include "library_session.h"
+#include "lock_probe.h"
+#include "paths.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
 
@@ -28,10 +30,6 @@
 namespace klb::test {
 
 namespace {
-
-std::filesystem::path toPath(const std::string& utf8) {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
-}
 
 const std::string kDocument = featuresFile(R"("a":true,"b":true)");
 
@@ -79,7 +77,7 @@ TEST(BadFile, DirectoryIsMissing) {
 
 TEST(BadFile, DirectoryInPlaceOfTheOverrideFileIsMissing) {
     const TempDirectory directory;
-    directory.makeDirectory("CIT_OVERRIDE.KLB");
+    directory.makeDirectory(kOverrideFile);
     inBothErrorModes([&](ErrorObserver& observer) {
         const LibrarySession library("TestSystem", true);
         observer.expectSilence([&] {
@@ -132,13 +130,10 @@ TEST(BadFile, LongNameStandsWholeInMessages) {
     inBothErrorModes([&](ErrorObserver& observer) {
         const LibrarySession library;
         observer.expectSilence([&] { registerPlainFile("core", name); });
-        observer.expectError<std::domain_error>(
-            "registerToggleFile: toggle file path location as already been set to '" + name + "'",
-            [&] { registerPlainFile("core", file); });
-        observer.expectError<std::domain_error>(
-            "registerToggleFile: toggle file path location as already been registered to '" +
-                token + "'",
-            [&] { registerPlainFile(token.c_str(), name); });
+        observer.expectError<std::domain_error>(otherFileText(name),
+                                                [&] { registerPlainFile("core", file); });
+        observer.expectError<std::domain_error>(ownedFileText(token),
+                                                [&] { registerPlainFile(token.c_str(), name); });
         EXPECT_TRUE(KLB_IsToggleFileRegistered(token.c_str()));
         EXPECT_FALSE(KLB_IsToggleFileRegistered(token.substr(1).c_str()));
         KLB_RegisterToggle("/a", false, "core");
@@ -153,8 +148,8 @@ void writeSparse(const TempDirectory& directory, const char* name, const std::st
                  std::uint64_t size) {
     const std::string path = directory.write(name, bytes);
 #if defined(_WIN32)
-    const HANDLE file = CreateFileW(toPath(path).c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileW(fromUtf8(path).c_str(), GENERIC_WRITE, 0, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     DWORD ignored = 0;
     DeviceIoControl(file, FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &ignored, nullptr);
     LARGE_INTEGER end;
@@ -166,7 +161,7 @@ void writeSparse(const TempDirectory& directory, const char* name, const std::st
         throw std::system_error(static_cast<int>(error), std::system_category(), path);
     }
 #else
-    std::filesystem::resize_file(toPath(path), size);
+    std::filesystem::resize_file(fromUtf8(path), size);
 #endif
 }
 
@@ -190,7 +185,7 @@ TEST(BadFile, SizeBeyondASigned32BitNumberCannotBeRead) {
         } catch (const std::system_error& error) {
             GTEST_SKIP() << "no sparse file of " << size << " bytes here: " << error.what();
         }
-        ASSERT_EQ(std::filesystem::file_size(toPath(directory.pathOf("toggles.json"))), size);
+        ASSERT_EQ(std::filesystem::file_size(fromUtf8(directory.pathOf("toggles.json"))), size);
         expectRefused(directory.pathOf("toggles.json"), "UnableToReadFile");
     }
 }
@@ -198,7 +193,7 @@ TEST(BadFile, SizeBeyondASigned32BitNumberCannotBeRead) {
 TEST(BadFile, HugeOverrideFileIsReportedAndLeavesDefaults) {
     const TempDirectory directory;
     try {
-        writeSparse(directory, "CIT_OVERRIDE.KLB", R"({"a":true,"b":true})",
+        writeSparse(directory, kOverrideFile, R"({"a":true,"b":true})",
                     (std::uint64_t{1} << 32) + 19);
     } catch (const std::system_error& error) {
         GTEST_SKIP() << "no sparse file of 4 GiB here: " << error.what();
@@ -207,7 +202,7 @@ TEST(BadFile, HugeOverrideFileIsReportedAndLeavesDefaults) {
         const LibrarySession library("TestSystem", true);
         KLB_SetOverridePath(directory.path().c_str());
         observer.expectError<std::domain_error>(
-            loadErrorText("UnableToReadFile", directory.pathOf("CIT_OVERRIDE.KLB")),
+            loadErrorText("UnableToReadFile", directory.pathOf(kOverrideFile)),
             [] { KLB_RegisterToggle("/a", false, "core"); });
         EXPECT_TRUE(lockIsFree());
         observer.expectSilence([] {
@@ -226,8 +221,8 @@ TEST(BadFile, ThatShrinksWhileItIsReadIsLoadedOrCannotBeRead) {
     std::thread resizing([&] {
         std::error_code ignored;
         while (!ended) {
-            std::filesystem::resize_file(toPath(path), kLong, ignored);
-            std::filesystem::resize_file(toPath(path), kDocument.size(), ignored);
+            std::filesystem::resize_file(fromUtf8(path), kLong, ignored);
+            std::filesystem::resize_file(fromUtf8(path), kDocument.size(), ignored);
         }
     });
     MessageRecorder recorder;
@@ -314,8 +309,8 @@ TEST(BadFile, PipeIsMissing) {
 TEST(BadFile, FileThatSomeoneElseHasLockedIsMissing) {
     const TempDirectory directory;
     const std::string path = directory.write("toggles.json", kDocument);
-    const HANDLE locked = CreateFileW(toPath(path).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE locked = CreateFileW(fromUtf8(path).c_str(), GENERIC_READ, 0, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     ASSERT_NE(locked, INVALID_HANDLE_VALUE);
     expectMissing(path);
     CloseHandle(locked);
@@ -335,7 +330,7 @@ TEST(BadFile, FifoIsMissing) {
 
 TEST(BadFile, FifoInPlaceOfTheOverrideFileIsMissing) {
     const TempDirectory directory;
-    ASSERT_EQ(mkfifo(directory.pathOf("CIT_OVERRIDE.KLB").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(directory.pathOf(kOverrideFile).c_str(), 0600), 0);
     inBothErrorModes([&](ErrorObserver& observer) {
         const LibrarySession library("TestSystem", true);
         observer.expectSilence([&] {

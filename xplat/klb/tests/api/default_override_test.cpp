@@ -1,6 +1,7 @@
-#include "register_toggle_file_helpers.h"
+#include "paths.h"
 #include "scoped_environment.h"
 #include "temp_directory.h"
+#include "toggle_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -33,15 +34,6 @@ std::string probeDocument(const std::string& members) {
     return documentFor("ProbeSystem", members);
 }
 
-fs::path pathFrom(const std::string& utf8) {
-    return fs::path(std::u8string(utf8.begin(), utf8.end()));
-}
-
-std::string utf8Of(const fs::path& path) {
-    const std::u8string text = path.u8string();
-    return std::string(text.begin(), text.end());
-}
-
 std::FILE* openOutputOf(const fs::path& program) {
 #if defined(_WIN32)
     return _wpopen((L"\"\"" + program.native() + L"\"\"").c_str(), L"rb");
@@ -68,10 +60,10 @@ public:
         root_.makeDirectory(directoryName);
         root_.makeDirectory("elsewhere");
         const fs::path original(KLB_PROBE_PATH);
-        program_ = pathFrom(root_.pathOf(directoryName)) / ("app" + original.extension().string());
+        program_ = fromUtf8(root_.pathOf(directoryName)) / ("app" + original.extension().string());
         fs::copy_file(original, program_);
         if (kIsWindows) {
-            const fs::path libraries = pathFrom(
+            const fs::path libraries = fromUtf8(
                 root_.pathOf(libraryDirectoryName.empty() ? directoryName : libraryDirectoryName));
             fs::create_directories(libraries);
             for (const fs::directory_entry& each : fs::directory_iterator(original.parent_path())) {
@@ -85,14 +77,14 @@ public:
     /// Moves the program alone into another directory inside the temporary one.
     void moveInto(const std::string& directoryName) {
         directoryName_ = directoryName;
-        const fs::path target = pathFrom(root_.makeDirectory(directoryName)) / program_.filename();
+        const fs::path target = fromUtf8(root_.makeDirectory(directoryName)) / program_.filename();
         fs::rename(program_, target);
         program_ = target;
     }
 
     /// The temporary directory, as the running program knows it.
     std::string path() const {
-        return utf8Of(fs::canonical(pathFrom(root_.path())));
+        return toUtf8(fs::canonical(fromUtf8(root_.path())));
     }
     /// Writes a file below the temporary directory.
     void write(const std::string& name, const std::string& bytes) const {
@@ -106,7 +98,7 @@ public:
     }
     /// The full path of the override file, as the running program knows its own directory.
     std::string overrideFile() const {
-        return utf8Of(fs::canonical(program_.parent_path())) + kSeparator + kOverrideFile;
+        return toUtf8(fs::canonical(program_.parent_path())) + kSeparator + kOverrideFile;
     }
 
     /// Runs it and gives what it prints.
@@ -144,7 +136,7 @@ TEST(DefaultOverride, IsReadFromTheDirectoryOfTheExecutable) {
 TEST(DefaultOverride, IsNotReadFromAnyOtherDirectory) {
     const Probe probe("app");
     const ScopedEnvironment programData("PROGRAMDATA", probe.pathOf("data"));
-    std::filesystem::create_directories(pathFrom(probe.pathOf("data/Mosk/Support")));
+    std::filesystem::create_directories(fromUtf8(probe.pathOf("data/Mosk/Support")));
     for (const char* directory : {"elsewhere/", "data/Mosk/Support/", "data/", ""}) {
         probe.write(std::string(directory) + kOverrideFile, probeDocument(kOn));
     }

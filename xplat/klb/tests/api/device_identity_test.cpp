@@ -1,8 +1,8 @@
 #include "error_mode.h"
 #include "klb.h"
 #include "library_session.h"
-#include "register_toggle_file_helpers.h"
 #include "temp_directory.h"
+#include "toggle_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -64,7 +64,7 @@ void expectRefused(ErrorObserver& observer, const TempDirectory& directory,
         [&] { EXPECT_FALSE(registeredValue("/" + std::string(token), false, token)); });
 }
 
-TEST(DeviceIdentity, TakesThePlaceOfTheEmptySystemIdentifier) {
+TEST(DeviceIdentifier, TakesThePlaceOfTheEmptySystemIdentifier) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
         const std::string identity = deviceIdentifier();
@@ -79,11 +79,10 @@ TEST(DeviceIdentity, TakesThePlaceOfTheEmptySystemIdentifier) {
     });
 }
 
-TEST(DeviceIdentity, IsComparedWholeAndLeavesNoEmptySystemIdentifier) {
+TEST(DeviceIdentifier, IsComparedWholeAndLeavesNoEmptySystemIdentifier) {
     const std::string identity = deviceIdentifier();
     if (identity.empty()) {
-        GTEST_SKIP() << "DeviceIdentity.IsComparedWholeAndLeavesNoEmptySystemIdentifier: this "
-                        "computer has no identity";
+        GTEST_SKIP() << "this computer has no identity";
     }
     inBothErrorModes([&](ErrorObserver& observer) {
         const TempDirectory directory;
@@ -97,7 +96,7 @@ TEST(DeviceIdentity, IsComparedWholeAndLeavesNoEmptySystemIdentifier) {
     });
 }
 
-TEST(DeviceIdentity, TiesTheOverrideFileToThisComputer) {
+TEST(DeviceIdentifier, TiesTheOverrideFileToThisComputer) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
         directory.write(kOverrideFile, documentFor(deviceIdentifier(), R"("a":true)"));
@@ -109,11 +108,10 @@ TEST(DeviceIdentity, TiesTheOverrideFileToThisComputer) {
     });
 }
 
-TEST(DeviceIdentity, IsNotUsedWithASystemIdentifier) {
+TEST(DeviceIdentifier, IsNotUsedWithASystemIdentifier) {
     const std::string identity = deviceIdentifier();
     if (identity.empty()) {
-        GTEST_SKIP() << "DeviceIdentity.IsNotUsedWithASystemIdentifier: this computer has no "
-                        "identity";
+        GTEST_SKIP() << "this computer has no identity";
     }
     inBothErrorModes([&](ErrorObserver& observer) {
         const TempDirectory directory;
@@ -123,7 +121,7 @@ TEST(DeviceIdentity, IsNotUsedWithASystemIdentifier) {
     });
 }
 
-TEST(DeviceIdentity, IsUsedAnewInTheNextSession) {
+TEST(DeviceIdentifier, IsUsedAnewInTheNextSession) {
     inBothErrorModes([](ErrorObserver& observer) {
         const TempDirectory directory;
         for (const char* systemId : {"", "First", ""}) {

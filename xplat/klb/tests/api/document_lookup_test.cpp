@@ -47,7 +47,7 @@ void expectEntries(std::string_view document, const std::vector<Entry>& entries)
     expectEntries(KLB_ToggleFileType_Supported, document, entries);
 }
 
-TEST(LookupDocumentValue, WalksTheLevelsOfTheKey) {
+TEST(ToggleFileEntry, WalksTheLevelsOfTheKey) {
     expectEntries(featuresFile(R"("editor":{"fastPath":true,"export":{"pdf":false}},"beta":true)"),
                   {
                       {"/editor/fastPath", true},
@@ -73,12 +73,12 @@ TEST(LookupDocumentValue, WalksTheLevelsOfTheKey) {
                   });
 }
 
-TEST(LookupDocumentValue, NestedEntryIsReachedByItsWholeKeyOnly) {
+TEST(ToggleFileEntry, NestedEntryIsReachedByItsWholeKeyOnly) {
     expectEntries(featuresFile(R"("a":{"b":true})"),
                   {{"/a/b", true}, {"/a", kNotFound}, {"/b", kNotFound}, {"/a/b/c", kNotFound}});
 }
 
-TEST(LookupDocumentValue, OnlyABooleanCounts) {
+TEST(ToggleFileEntry, OnlyABooleanCounts) {
     expectEntries(featuresFile(R"("yes":true,"no":false,"zero":0,"one":1,"half":0.5,"text":"true",)"
                                R"("empty":"","null":null,"array":[],"trues":[true],"object":{},)"
                                R"("nested":{"zero":0,"text":"true","null":null,"yes":true})"),
@@ -101,7 +101,7 @@ TEST(LookupDocumentValue, OnlyABooleanCounts) {
                   });
 }
 
-TEST(LookupDocumentValue, EntryWithADefaultValueMemberIsNotFound) {
+TEST(ToggleFileEntry, EntryWithADefaultValueMemberIsNotFound) {
     expectEntries(featuresFile(R"("a":{"KLB_DefaultValue":true},"b":{"KLB_DefaultValue":false},)"
                                R"("c":{"/KLB_DefaultValue":true,"":{"KLB_DefaultValue":true}})"),
                   {
@@ -115,7 +115,7 @@ TEST(LookupDocumentValue, EntryWithADefaultValueMemberIsNotFound) {
                   });
 }
 
-TEST(LookupDocumentValue, OnlyObjectsAreEntered) {
+TEST(ToggleFileEntry, OnlyObjectsAreEntered) {
     expectEntries(featuresFile(R"("array":[{"x":true}],"text":"x","number":1,"null":null,)"
                                R"("true":true,"object":{"x":true})"),
                   {
@@ -131,7 +131,7 @@ TEST(LookupDocumentValue, OnlyObjectsAreEntered) {
                   });
 }
 
-TEST(LookupDocumentValue, EmptySegmentsNameEmptyMembers) {
+TEST(ToggleFileEntry, EmptySegmentsNameEmptyMembers) {
     const std::string oneEmptyName = featuresFile(R"("":true,"a":{"":false,"b":true})");
     expectEntries(oneEmptyName, {
                                     {"/", true},
@@ -156,7 +156,7 @@ TEST(LookupDocumentValue, EmptySegmentsNameEmptyMembers) {
                                     });
 }
 
-TEST(LookupDocumentValue, NamesAreExactBytes) {
+TEST(ToggleFileEntry, NamesAreExactBytes) {
     expectEntries(
         featuresFile(R"("Name":true,"a.b":true,"a-b":true,"a b":true,"a\\b":true,"a/b":true,)"
                      R"("a":{"b":false},"esc\u0061ped":true,"\"":true,"nul\u0000":true,)"
@@ -187,7 +187,7 @@ TEST(LookupDocumentValue, NamesAreExactBytes) {
         });
 }
 
-TEST(LookupDocumentValue, NameWithANulIsNotItsBeginning) {
+TEST(ToggleFileEntry, NameWithANulIsNotItsBeginning) {
     expectEntries(featuresFile(R"("a\u0000":true,"\u0000":true,"b\u0000":1,"b":true)"),
                   {
                       {"/a", kNotFound},
@@ -196,7 +196,7 @@ TEST(LookupDocumentValue, NameWithANulIsNotItsBeginning) {
                   });
 }
 
-TEST(LookupDocumentValue, FirstOfEqualNamesCounts) {
+TEST(ToggleFileEntry, FirstOfEqualNamesCounts) {
     expectEntries(featuresFile(R"("a":true,"a":false,"b":false,"b":true,"c":1,"c":true,)"
                                R"("d":{"x":true},"d":{"x":false,"y":true},"e":true,"e":{"x":true},)"
                                R"("f":{"x":true},"f":true,"g":{"x":1,"x":true},"g":{"x":true})"),
@@ -223,7 +223,7 @@ std::string numberedMembers(const std::string& prefix, int count, const char* va
     return members;
 }
 
-TEST(LookupDocumentValue, WideObjectsKeepTheSameRules) {
+TEST(ToggleFileEntry, WideObjectsKeepTheSameRules) {
     for (const int width : {4, 5, 6, 7, 8, 100, 5000}) {
         SCOPED_TRACE(width);
         const std::string last = std::to_string(width - 1);
@@ -253,7 +253,7 @@ TEST(LookupDocumentValue, WideObjectsKeepTheSameRules) {
     }
 }
 
-TEST(LookupDocumentValue, DeepKeysReachDeepEntries) {
+TEST(ToggleFileEntry, DeepKeysReachDeepEntries) {
     std::string document = "true";
     std::string key;
     for (int level = 0; level < 200; ++level) {

@@ -1,5 +1,6 @@
 #include "error_mode.h"
 #include "library_session.h"
+#include "lock_probe.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
 

@@ -1,5 +1,6 @@
 #include "error_mode.h"
 #include "library_session.h"
+#include "lock_probe.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
 
@@ -16,7 +17,7 @@ namespace {
 const std::string kGood = featuresFile(R"("a":true,"b":true,"c":true)");
 const std::string kBad = kGood + "}";
 
-TEST(LoadToggleDocument, LoadedFileIsNeverReadAgain) {
+TEST(ToggleFileContent, LoadedFileIsNeverReadAgain) {
     const TempDirectory directory;
     inBothErrorModes([&](ErrorObserver& observer) {
         const LibrarySession library;
@@ -34,7 +35,7 @@ TEST(LoadToggleDocument, LoadedFileIsNeverReadAgain) {
     });
 }
 
-TEST(LoadToggleDocument, IsReadWhenTheFileIsRegistered) {
+TEST(ToggleFileContent, IsReadWhenTheFileIsRegistered) {
     const TempDirectory directory;
     const LibrarySession library;
     registerPlainFile("core", directory.write("toggles.json", kGood));
@@ -42,7 +43,7 @@ TEST(LoadToggleDocument, IsReadWhenTheFileIsRegistered) {
     EXPECT_TRUE(registeredValue("/a", false, "core"));
 }
 
-TEST(LoadToggleDocument, MissingFileIsMissingForGood) {
+TEST(ToggleFileContent, MissingFileIsMissingForGood) {
     const TempDirectory directory;
     inBothErrorModes([&](ErrorObserver& observer) {
         const LibrarySession library;
@@ -60,7 +61,7 @@ TEST(LoadToggleDocument, MissingFileIsMissingForGood) {
     });
 }
 
-TEST(LoadToggleDocument, RefusedFileIsRefusedForGood) {
+TEST(ToggleFileContent, RefusedFileIsRefusedForGood) {
     const struct {
         std::string bytes;
         std::string error;
@@ -92,7 +93,7 @@ TEST(LoadToggleDocument, RefusedFileIsRefusedForGood) {
     }
 }
 
-TEST(LoadToggleDocument, ErrorOfOneFileDoesNotTouchAnother) {
+TEST(ToggleFileContent, ErrorOfOneFileDoesNotTouchAnother) {
     const TempDirectory directory;
     inBothErrorModes([&](ErrorObserver& observer) {
         const LibrarySession library;
@@ -121,7 +122,7 @@ const std::string kNotPlain[] = {
     std::string("\xFF\xFE{\0\"\0a\0\"\0:\0", 12),
 };
 
-TEST(LoadToggleDocument, RefusesAPlainFileSilentlyThatDoesNotBeginWithABrace) {
+TEST(ToggleFileContent, RefusesAPlainFileSilentlyThatDoesNotBeginWithABrace) {
     const TempDirectory directory;
     for (const std::string& bytes : kNotPlain) {
         SCOPED_TRACE(bytes);
@@ -159,7 +160,7 @@ void withUnreadDocument(
     }
 }
 
-TEST(LoadToggleDocument, FileThatWasNoPlainDocumentIsReadAgainByTheNextToggle) {
+TEST(ToggleFileContent, FileThatWasNoPlainDocumentIsReadAgainByTheNextToggle) {
     withUnreadDocument([](const TempDirectory& directory, const std::string&) {
         EXPECT_FALSE(registeredValue("/a", false, "core"));
         directory.write("toggles.json", kGood);
@@ -170,7 +171,7 @@ TEST(LoadToggleDocument, FileThatWasNoPlainDocumentIsReadAgainByTheNextToggle) {
     });
 }
 
-TEST(LoadToggleDocument, ErrorMetWhenReadAgainIsKeptAndNotReported) {
+TEST(ToggleFileContent, ErrorMetWhenReadAgainIsKeptAndNotReported) {
     withUnreadDocument([](const TempDirectory& directory, const std::string& path) {
         directory.write("toggles.json", kBad);
         EXPECT_FALSE(registeredValue("/a", false, "core"));
@@ -181,7 +182,7 @@ TEST(LoadToggleDocument, ErrorMetWhenReadAgainIsKeptAndNotReported) {
     });
 }
 
-TEST(LoadToggleDocument, FileThatHasGoneWhenReadAgainIsMissingForGood) {
+TEST(ToggleFileContent, FileThatHasGoneWhenReadAgainIsMissingForGood) {
     withUnreadDocument([](const TempDirectory& directory, const std::string&) {
         directory.remove("toggles.json");
         EXPECT_FALSE(registeredValue("/a", false, "core"));
@@ -190,7 +191,7 @@ TEST(LoadToggleDocument, FileThatHasGoneWhenReadAgainIsMissingForGood) {
     });
 }
 
-TEST(LoadToggleDocument, OnlyANewToggleReadsAgain) {
+TEST(ToggleFileContent, OnlyANewToggleReadsAgain) {
     withUnreadDocument([](const TempDirectory& directory, const std::string& path) {
         EXPECT_FALSE(registeredValue("/a", false, "core"));
         // Were it read now, the error would be final.

@@ -65,7 +65,7 @@ void expectLoads(const std::string& document, const char* systemId = "TestSystem
     }
 }
 
-TEST(LoadToggleDocument, NeedsTenBytes) {
+TEST(ToggleFileContent, NeedsTenBytes) {
     for (const char* bytes : {"", "{", "{}", R"({"":true})", "         ", "123456789"}) {
         expectLoadError({bytes, 0}, "FileTooSmall");
     }
@@ -76,7 +76,7 @@ TEST(LoadToggleDocument, NeedsTenBytes) {
 // so is not empty, encodings are not validated, no handler stops the parser, and only comments end
 // in an unspecific error.
 
-TEST(LoadToggleDocument, ReportsTextAfterTheRoot) {
+TEST(ToggleFileContent, ReportsTextAfterTheRoot) {
     expectParseErrors(
         {
             R"({"a":true}^x)",
@@ -92,7 +92,7 @@ TEST(LoadToggleDocument, ReportsTextAfterTheRoot) {
         "ParseErrorDocumentRootNotSingular");
 }
 
-TEST(LoadToggleDocument, ReportsInvalidValues) {
+TEST(ToggleFileContent, ReportsInvalidValues) {
     expectParseErrors(
         {
             R"({"a":^x,"b":true})",     R"({"a":^,"b":true})",      R"({"key":  ^})",
@@ -106,7 +106,7 @@ TEST(LoadToggleDocument, ReportsInvalidValues) {
         "ParseErrorValueInvalid");
 }
 
-TEST(LoadToggleDocument, ReportsAMissingName) {
+TEST(ToggleFileContent, ReportsAMissingName) {
     expectParseErrors(
         {
             R"({^a:true,"b":true})",
@@ -126,7 +126,7 @@ TEST(LoadToggleDocument, ReportsAMissingName) {
         "ParseErrorObjectMissName");
 }
 
-TEST(LoadToggleDocument, ReportsAMissingColon) {
+TEST(ToggleFileContent, ReportsAMissingColon) {
     expectParseErrors(
         {
             R"({"name"^})" + "   "s,
@@ -139,7 +139,7 @@ TEST(LoadToggleDocument, ReportsAMissingColon) {
         "ParseErrorObjectMissColon");
 }
 
-TEST(LoadToggleDocument, ReportsAMissingCommaOrCurlyBracket) {
+TEST(ToggleFileContent, ReportsAMissingCommaOrCurlyBracket) {
     expectParseErrors(
         {
             R"({"a":true ^"b":true})",
@@ -158,7 +158,7 @@ TEST(LoadToggleDocument, ReportsAMissingCommaOrCurlyBracket) {
         "ParseErrorObjectMissCommaOrCurlyBracket");
 }
 
-TEST(LoadToggleDocument, ReportsAMissingCommaOrSquareBracket) {
+TEST(ToggleFileContent, ReportsAMissingCommaOrSquareBracket) {
     expectParseErrors(
         {
             R"({"a":[1 ^2]})",
@@ -170,7 +170,7 @@ TEST(LoadToggleDocument, ReportsAMissingCommaOrSquareBracket) {
         "ParseErrorArrayMissCommaOrSquareBracket");
 }
 
-TEST(LoadToggleDocument, ReportsBadHexDigitsWhereTheEscapeBegins) {
+TEST(ToggleFileContent, ReportsBadHexDigitsWhereTheEscapeBegins) {
     expectParseErrors(
         {
             R"({"a":"^\u12G4"})",
@@ -183,7 +183,7 @@ TEST(LoadToggleDocument, ReportsBadHexDigitsWhereTheEscapeBegins) {
         "ParseErrorStringUnicodeEscapeInvalidHex");
 }
 
-TEST(LoadToggleDocument, ReportsALoneHighSurrogateWhereItBegins) {
+TEST(ToggleFileContent, ReportsALoneHighSurrogateWhereItBegins) {
     expectParseErrors(
         {
             R"({"a":"^\ud800"})",
@@ -197,7 +197,7 @@ TEST(LoadToggleDocument, ReportsALoneHighSurrogateWhereItBegins) {
         "ParseErrorStringUnicodeSurrogateInvalid");
 }
 
-TEST(LoadToggleDocument, ReportsBadEscapesAndControlCharacters) {
+TEST(ToggleFileContent, ReportsBadEscapesAndControlCharacters) {
     expectParseErrors(
         {
             R"({"a":"^\x41"})",
@@ -213,7 +213,7 @@ TEST(LoadToggleDocument, ReportsBadEscapesAndControlCharacters) {
         "ParseErrorStringEscapeInvalid");
 }
 
-TEST(LoadToggleDocument, ReportsAMissingQuotationMark) {
+TEST(ToggleFileContent, ReportsAMissingQuotationMark) {
     expectParseErrors(
         {
             R"({"a":"text^)",
@@ -227,7 +227,7 @@ TEST(LoadToggleDocument, ReportsAMissingQuotationMark) {
         "ParseErrorStringMissQuotationMark");
 }
 
-TEST(LoadToggleDocument, ReportsTooBigNumbersWhereTheyBegin) {
+TEST(ToggleFileContent, ReportsTooBigNumbersWhereTheyBegin) {
     expectParseErrors(
         {
             R"({"a":^1e309})",
@@ -240,7 +240,7 @@ TEST(LoadToggleDocument, ReportsTooBigNumbersWhereTheyBegin) {
         "ParseErrorNumberTooBig");
 }
 
-TEST(LoadToggleDocument, ReportsAMissingFraction) {
+TEST(ToggleFileContent, ReportsAMissingFraction) {
     expectParseErrors(
         {
             R"({"a":1.^,"b":true})",
@@ -251,7 +251,7 @@ TEST(LoadToggleDocument, ReportsAMissingFraction) {
         "ParseErrorNumberMissFraction");
 }
 
-TEST(LoadToggleDocument, ReportsAMissingExponent) {
+TEST(ToggleFileContent, ReportsAMissingExponent) {
     expectParseErrors(
         {
             R"({"a":1e^,"b":true})",
@@ -262,7 +262,7 @@ TEST(LoadToggleDocument, ReportsAMissingExponent) {
         "ParseErrorNumberMissExponent");
 }
 
-TEST(LoadToggleDocument, CountsBytesInOffsets) {
+TEST(ToggleFileContent, CountsBytesInOffsets) {
     expectParseErrors(
         {
             "{\r\n\"a\"\r\n:\r\n^x}",
@@ -285,7 +285,7 @@ TEST(LoadToggleDocument, CountsBytesInOffsets) {
         "ParseErrorStringMissQuotationMark");
 }
 
-TEST(LoadToggleDocument, AcceptsWhatTheParserAccepts) {
+TEST(ToggleFileContent, AcceptsWhatTheParserAccepts) {
     for (const std::string& document : {
              R"({"a":true})"s,
              "{\"a\":true} \t\r\n"s,
@@ -301,14 +301,14 @@ TEST(LoadToggleDocument, AcceptsWhatTheParserAccepts) {
     }
 }
 
-TEST(LoadToggleDocument, EndsAtTheFirstNulAfterTheRoot) {
+TEST(ToggleFileContent, EndsAtTheFirstNulAfterTheRoot) {
     expectLoads("{\"a\":true}\0"s);
     expectLoads("{\"a\":true}\0}]garbage \xFF \0 {\"a\":false}"s);
     expectLoads("{\"a\":true} \n\0x"s);
     expectLoads("{\"a\":true}"s + std::string(100'000, '\0'));
 }
 
-TEST(LoadToggleDocument, ChecksTheHeader) {
+TEST(ToggleFileContent, ChecksTheHeader) {
     const struct {
         const char* header;
         const char* error;
@@ -360,7 +360,7 @@ TEST(LoadToggleDocument, ChecksTheHeader) {
     }
 }
 
-TEST(LoadToggleDocument, ComparesTheSystemIdentifierByteForByte) {
+TEST(ToggleFileContent, ComparesTheSystemIdentifierByteForByte) {
     expectLoads(R"({"header":{"systemId":"ABCD-1234"},"a":true})", "ABCD-1234");
     expectLoads("{\"header\":{\"systemId\":\"\xC3\xA9\xFF\"},\"a\":true}", "\xC3\xA9\xFF");
     expectLoads(R"({"header":{"systemId":"\u00e9\"\\"},"a":true})", "\xC3\xA9\"\\");
@@ -376,7 +376,7 @@ TEST(LoadToggleDocument, ComparesTheSystemIdentifierByteForByte) {
     });
 }
 
-TEST(LoadToggleDocument, ReportsTheFirstErrorOnly) {
+TEST(ToggleFileContent, ReportsTheFirstErrorOnly) {
     // The text is parsed before its header is looked at, and the size comes before everything.
     expectParseErrors(
         {

@@ -3,8 +3,8 @@
 
 #include "klb.h"
 #include "library_session.h"
-#include "register_toggle_file_helpers.h"
 #include "temp_directory.h"
+#include "toggle_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -89,26 +89,59 @@ struct ErrorCase {
     std::string text;
 };
 
+/// Every export that needs the manager, with good arguments and with arguments that it would
+/// refuse: the missing manager comes first. Five exports name another one than themselves, on
+/// purpose.
 inline std::vector<ErrorCase> errorsBeforeInit() {
-    const auto refused = [](std::string name, std::function<void()> call) {
-        return ErrorCase{name,
+    const auto refused = [](std::string name, std::string named, std::function<void()> call) {
+        return ErrorCase{std::move(name),
                          false,
                          nullptr,
                          std::move(call),
                          Thrown::DomainError,
-                         name + ": KLB_Init must be called first."};
+                         std::move(named) + ": KLB_Init must be called first."};
     };
     return {
-        refused("KLB_SetOverridePath", [] { KLB_SetOverridePath("D:\\cfg"); }),
-        refused("KLB_SetCertificateData", [] { KLB_SetCertificateData(nullptr); }),
-        refused("KLB_InitOBX", [] { KLB_InitOBX(nullptr); }),
-        refused("KLB_RegisterToggleFile", [] { registerPlainFile("token", "file.json"); }),
-        refused("KLB_RegisterToggleFile", [] { KLB_RegisterToggle("/a", true, "token"); }),
-        refused("KLB_RegisterToggleFile", [] { KLB_RegisterDynamicToggle("/a", true, "token"); }),
-        refused("KLB_RegisterToggleFile", [] { KLB_GetToggle("/a"); }),
-        refused("KLB_RegisterToggleFile", [] { KLB_GetDynamicToggle("/a"); }),
-        refused("KLB_RegisterToggleFile", [] { KLB_SetDynamicToggle("/a", true); }),
-        refused("KLB_AddToggleComment", [] { KLB_AddToggleComment("/a", "comment"); }),
+        refused("SetOverridePath", "KLB_SetOverridePath", [] { KLB_SetOverridePath("D:\\cfg"); }),
+        refused("SetOverridePath, null", "KLB_SetOverridePath",
+                [] { KLB_SetOverridePath(nullptr); }),
+        refused("SetOverridePath, empty", "KLB_SetOverridePath", [] { KLB_SetOverridePath(""); }),
+        refused("SetCertificateData", "KLB_SetCertificateData",
+                [] { KLB_SetCertificateData("not PEM"); }),
+        refused("SetCertificateData, null", "KLB_SetCertificateData",
+                [] { KLB_SetCertificateData(nullptr); }),
+        refused("InitOBX, null", "KLB_InitOBX", [] { KLB_InitOBX(nullptr); }),
+        refused("RegisterToggleFile", "KLB_RegisterToggleFile",
+                [] { KLB_RegisterToggleFile(KLB_ToggleFileType_Supported, "token", "f.json"); }),
+        refused("RegisterToggleFile, bad type", "KLB_RegisterToggleFile",
+                [] { KLB_RegisterToggleFile(KLB_ToggleFileType_Invalid, "token", "f"); }),
+        refused("RegisterToggleFile, null", "KLB_RegisterToggleFile",
+                [] { KLB_RegisterToggleFile(KLB_ToggleFileType_Supported, nullptr, nullptr); }),
+        refused("RegisterToggle", "KLB_RegisterToggleFile",
+                [] { KLB_RegisterToggle("/a", true, "token"); }),
+        refused("RegisterToggle, null", "KLB_RegisterToggleFile",
+                [] { KLB_RegisterToggle(nullptr, true, nullptr); }),
+        refused("RegisterDynamicToggle", "KLB_RegisterToggleFile",
+                [] { KLB_RegisterDynamicToggle("/d", true, "token"); }),
+        refused("RegisterDynamicToggle, null", "KLB_RegisterToggleFile",
+                [] { KLB_RegisterDynamicToggle(nullptr, true, nullptr); }),
+        refused("GetToggle", "KLB_RegisterToggleFile", [] { EXPECT_FALSE(KLB_GetToggle("/a")); }),
+        refused("GetToggle, null", "KLB_RegisterToggleFile",
+                [] { EXPECT_FALSE(KLB_GetToggle(nullptr)); }),
+        refused("GetToggle, malformed", "KLB_RegisterToggleFile",
+                [] { EXPECT_FALSE(KLB_GetToggle("a")); }),
+        refused("GetDynamicToggle", "KLB_RegisterToggleFile",
+                [] { EXPECT_FALSE(KLB_GetDynamicToggle("/d")); }),
+        refused("GetDynamicToggle, null", "KLB_RegisterToggleFile",
+                [] { EXPECT_FALSE(KLB_GetDynamicToggle(nullptr)); }),
+        refused("SetDynamicToggle", "KLB_RegisterToggleFile",
+                [] { KLB_SetDynamicToggle("/d", true); }),
+        refused("SetDynamicToggle, null", "KLB_RegisterToggleFile",
+                [] { KLB_SetDynamicToggle(nullptr, true); }),
+        refused("AddToggleComment", "KLB_AddToggleComment",
+                [] { KLB_AddToggleComment("/a", "comment"); }),
+        refused("AddToggleComment, null", "KLB_AddToggleComment",
+                [] { KLB_AddToggleComment(nullptr, nullptr); }),
     };
 }
 

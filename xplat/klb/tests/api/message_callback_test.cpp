@@ -1,6 +1,7 @@
 #include "error_mode.h"
 #include "klb.h"
 #include "library_session.h"
+#include "lock_probe.h"
 #include "message_callback_cases.h"
 #include "message_recorder.h"
 

@@ -1,5 +1,6 @@
 #include "error_mode.h"
 #include "library_session.h"
+#include "lock_probe.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
 
@@ -13,9 +14,6 @@
 namespace klb::test {
 
 namespace {
-
-constexpr char kOverrideName[] = "CIT_OVERRIDE.KLB";
-constexpr char kReservedToken[] = "cit.feature.overrides";
 
 /// The library with overrides enabled, and the override file looked for in a test's directory.
 struct OverridingSession {
@@ -38,7 +36,7 @@ TEST(OverrideFile, WinsOverFileAndDefault) {
         for (const std::optional<bool> inFile : entries) {
             SCOPED_TRACE("toggle file: " + member(inFile));
             const TempDirectory directory;
-            directory.write(kOverrideName, documentWith(member(inOverride)));
+            directory.write(kOverrideFile, documentWith(member(inOverride)));
             const std::string path = directory.write("core.json", featuresFile(member(inFile)));
             for (const bool defaultValue : {false, true}) {
                 SCOPED_TRACE(defaultValue ? "default true" : "default false");
@@ -61,7 +59,7 @@ TEST(OverrideFile, WinsOverFileAndDefault) {
 
 TEST(OverrideFile, SetsTogglesOfEveryToken) {
     const TempDirectory directory;
-    directory.write(kOverrideName, documentWith(R"("a":true,"b":false,"c":{"d":true},"e":true)"));
+    directory.write(kOverrideFile, documentWith(R"("a":true,"b":false,"c":{"d":true},"e":true)"));
     inBothErrorModes([&](ErrorObserver& observer) {
         const OverridingSession session(directory);
         observer.expectSilence([&] {
@@ -78,7 +76,7 @@ TEST(OverrideFile, SetsTogglesOfEveryToken) {
 
 TEST(OverrideFile, IsSearchedFromItsRoot) {
     const TempDirectory directory;
-    directory.write(kOverrideName, R"({"header":{"systemId":"TestSystem","flag":true},)"
+    directory.write(kOverrideFile, R"({"header":{"systemId":"TestSystem","flag":true},)"
                                    R"("features":{"a":true,"features":{"b":true}},"c":true})");
     const OverridingSession session(directory);
     EXPECT_FALSE(registeredValue("/a", false, "core"));
@@ -92,14 +90,14 @@ TEST(OverrideFile, IsSearchedFromItsRoot) {
 
 TEST(OverrideFile, NeedsNoHeader) {
     const TempDirectory directory;
-    directory.write(kOverrideName, R"({"a":true})");
+    directory.write(kOverrideFile, R"({"a":true})");
     const OverridingSession session(directory);
     EXPECT_TRUE(registeredValue("/a", false, "core"));
 }
 
 TEST(OverrideFile, ValueCanStillBeChangedDynamically) {
     const TempDirectory directory;
-    directory.write(kOverrideName, documentWith(R"("a":true)"));
+    directory.write(kOverrideFile, documentWith(R"("a":true)"));
     const OverridingSession session(directory);
     KLB_RegisterDynamicToggle("/a", false, "core");
     EXPECT_TRUE(KLB_GetDynamicToggle("/a"));
@@ -115,14 +113,14 @@ TEST(OverrideFile, IsNotTouchedWhileOverridesAreDisabled) {
     for (const char* bytes : {R"({"a":true,"b":true})", "{\"a\":true,", ""}) {
         SCOPED_TRACE(bytes);
         const TempDirectory directory;
-        directory.write(kOverrideName, bytes);
+        directory.write(kOverrideFile, bytes);
         inBothErrorModes([&](ErrorObserver& observer) {
             const LibrarySession library("TestSystem", false);
             observer.expectSilence([&] {
                 KLB_SetOverridePath(directory.path().c_str());
                 EXPECT_FALSE(registeredValue("/a", false, "core"));
                 EXPECT_FALSE(registeredValue("/b", false, "core"));
-                EXPECT_FALSE(KLB_IsToggleFileRegistered(kReservedToken));
+                EXPECT_FALSE(KLB_IsToggleFileRegistered(kOverrideToken));
             });
         });
     }
@@ -135,7 +133,7 @@ TEST(OverrideFile, IsRegisteredByTheFirstToggle) {
             SCOPED_TRACE(kind->name);
             const TempDirectory directory;
             if (present) {
-                directory.write(kOverrideName, documentWith(R"("a":true)"));
+                directory.write(kOverrideFile, documentWith(R"("a":true)"));
             }
             inBothErrorModes([&](ErrorObserver& observer) {
                 const OverridingSession session(directory);
@@ -149,9 +147,9 @@ TEST(OverrideFile, IsRegisteredByTheFirstToggle) {
                 observer.expectError<std::invalid_argument>(
                     "registerToggle: toggleFileToken cannot be NULL.",
                     [&] { kind->registerToggle("/a", false, nullptr); });
-                EXPECT_FALSE(KLB_IsToggleFileRegistered(kReservedToken));
+                EXPECT_FALSE(KLB_IsToggleFileRegistered(kOverrideToken));
                 observer.expectSilence([&] { kind->registerToggle("/a", false, "core"); });
-                EXPECT_TRUE(KLB_IsToggleFileRegistered(kReservedToken));
+                EXPECT_TRUE(KLB_IsToggleFileRegistered(kOverrideToken));
                 EXPECT_EQ(kind->get("/a"), present);
             });
         }
@@ -161,9 +159,9 @@ TEST(OverrideFile, IsRegisteredByTheFirstToggle) {
 TEST(OverrideFile, IsReadOnceByTheFirstToggle) {
     const TempDirectory directory;
     const OverridingSession session(directory);
-    directory.write(kOverrideName, documentWith(R"("a":true,"b":true)"));
+    directory.write(kOverrideFile, documentWith(R"("a":true,"b":true)"));
     EXPECT_TRUE(registeredValue("/a", false, "core"));
-    directory.write(kOverrideName, documentWith(R"("a":false,"b":false)"));
+    directory.write(kOverrideFile, documentWith(R"("a":false,"b":false)"));
     EXPECT_TRUE(registeredValue("/b", false, "core"));
     EXPECT_TRUE(KLB_GetToggle("/a"));
 }
@@ -174,10 +172,10 @@ TEST(OverrideFile, MissingAtTheFirstToggleIsMissingForGood) {
         const OverridingSession session(directory);
         observer.expectSilence([&] {
             EXPECT_FALSE(registeredValue("/a", false, "core"));
-            directory.write(kOverrideName, documentWith(R"("a":true,"b":true)"));
+            directory.write(kOverrideFile, documentWith(R"("a":true,"b":true)"));
             EXPECT_FALSE(registeredValue("/b", false, "core"));
         });
-        directory.remove(kOverrideName);
+        directory.remove(kOverrideFile);
     });
 }
 
@@ -199,7 +197,7 @@ TEST(OverrideFile, LoadErrorIsReportedOnceAndThenThereAreNoOverrides) {
         for (const ToggleKind* kind : kBothKinds) {
             SCOPED_TRACE(kind->name);
             const TempDirectory directory;
-            const std::string overridePath = directory.write(kOverrideName, c.document.bytes);
+            const std::string overridePath = directory.write(kOverrideFile, c.document.bytes);
             const std::string path = directory.write("core.json", featuresFile(R"("b":false)"));
             inBothErrorModes([&](ErrorObserver& observer) {
                 const OverridingSession session(directory);
@@ -208,7 +206,7 @@ TEST(OverrideFile, LoadErrorIsReportedOnceAndThenThereAreNoOverrides) {
                     loadErrorText(c.error, overridePath, c.document.offset),
                     [&] { kind->registerToggle("/a", false, "new"); });
                 EXPECT_TRUE(lockIsFree());
-                EXPECT_TRUE(KLB_IsToggleFileRegistered(kReservedToken));
+                EXPECT_TRUE(KLB_IsToggleFileRegistered(kOverrideToken));
                 // Reported to a callback, the error stops nothing; thrown, it stops the toggle.
                 EXPECT_EQ(kind->isRegistered("/a"), observer.hasCallback());
                 EXPECT_EQ(KLB_IsToggleFileRegistered("new"), observer.hasCallback());
@@ -227,7 +225,7 @@ TEST(OverrideFile, LoadErrorIsReportedOnceAndThenThereAreNoOverrides) {
 
 TEST(OverrideFile, LoadErrorThrownOnceIsNotReportedToALaterCallback) {
     const TempDirectory directory;
-    directory.write(kOverrideName, "{\"a\":true,");
+    directory.write(kOverrideFile, "{\"a\":true,");
     const OverridingSession session(directory);
     EXPECT_THROW(KLB_RegisterToggle("/a", false, "core"), std::domain_error);
     MessageRecorder recorder;
@@ -240,14 +238,14 @@ TEST(OverrideFile, ThatIsNoPlainDocumentIsReadAgainForEveryNewToggle) {
     const TempDirectory directory;
     inBothErrorModes([&](ErrorObserver& observer) {
         const OverridingSession session(directory);
-        directory.write(kOverrideName, "\n" + document);
+        directory.write(kOverrideFile, "\n" + document);
         observer.expectSilence([&] {
             EXPECT_FALSE(registeredValue("/a", false, "core"));
-            directory.write(kOverrideName, document);
+            directory.write(kOverrideFile, document);
             // A repeated registration creates no toggle and changes none.
             EXPECT_FALSE(registeredValue("/a", false, "core"));
             EXPECT_TRUE(registeredValue("/b", false, "core"));
-            directory.write(kOverrideName, "{}");
+            directory.write(kOverrideFile, "{}");
             EXPECT_TRUE(registeredValue("/c", false, "core"));
         });
     });
@@ -258,12 +256,12 @@ TEST(OverrideFile, ErrorMetWhenReadAgainIsKeptAndNotReported) {
     const TempDirectory directory;
     inBothErrorModes([&](ErrorObserver& observer) {
         const OverridingSession session(directory);
-        directory.write(kOverrideName, " " + document);
+        directory.write(kOverrideFile, " " + document);
         observer.expectSilence([&] {
             EXPECT_FALSE(registeredValue("/a", false, "core"));
-            directory.write(kOverrideName, document + "}");
+            directory.write(kOverrideFile, document + "}");
             EXPECT_FALSE(registeredValue("/b", false, "core"));
-            directory.write(kOverrideName, document);
+            directory.write(kOverrideFile, document);
             EXPECT_FALSE(registeredValue("/c", false, "core"));
         });
     });
@@ -272,13 +270,12 @@ TEST(OverrideFile, ErrorMetWhenReadAgainIsKeptAndNotReported) {
 TEST(OverrideFile, CannotBeRegisteredUnderAnotherTokenLater) {
     const TempDirectory directory;
     const std::string overridePath =
-        directory.write(kOverrideName, documentWith(R"("a":true,"b":true)"));
+        directory.write(kOverrideFile, documentWith(R"("a":true,"b":true)"));
     inBothErrorModes([&](ErrorObserver& observer) {
         const OverridingSession session(directory);
         EXPECT_TRUE(registeredValue("/a", false, "core"));
-        observer.expectError<std::domain_error>(
-            "registerToggleFile: toggle file path location as already been registered to 'mine'",
-            [&] { registerPlainFile("mine", overridePath); });
+        observer.expectError<std::domain_error>(ownedFileText("mine"),
+                                                [&] { registerPlainFile("mine", overridePath); });
         EXPECT_TRUE(KLB_IsToggleFileRegistered("mine"));
         EXPECT_TRUE(registeredValue("/b", false, "mine"));
     });
@@ -286,7 +283,7 @@ TEST(OverrideFile, CannotBeRegisteredUnderAnotherTokenLater) {
 
 TEST(OverrideFile, RefusedKeyNamesTheTogglesFileNotTheOverrideFile) {
     const TempDirectory directory;
-    directory.write(kOverrideName, documentWith(R"("a":true)"));
+    directory.write(kOverrideFile, documentWith(R"("a":true)"));
     const std::string path = directory.write("core.json", featuresFile(R"("a":false)"));
     inBothErrorModes([&](ErrorObserver& observer) {
         const OverridingSession session(directory);
@@ -300,7 +297,7 @@ TEST(OverrideFile, RefusedKeyNamesTheTogglesFileNotTheOverrideFile) {
 
 TEST(OverrideFile, KeysWithoutLeadingSlashStillFindNothing) {
     const TempDirectory directory;
-    directory.write(kOverrideName, documentWith(R"("":true,"a":true)"));
+    directory.write(kOverrideFile, documentWith(R"("":true,"a":true)"));
     inBothErrorModes([&](ErrorObserver& observer) {
         const OverridingSession session(directory);
         observer.expectSilence([] {

@@ -1,8 +1,8 @@
 #include "error_mode.h"
 #include "klb.h"
 #include "library_session.h"
-#include "register_toggle_file_helpers.h"
 #include "temp_directory.h"
+#include "toggle_helpers.h"
 
 #include <gtest/gtest.h>
 

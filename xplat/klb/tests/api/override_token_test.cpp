@@ -1,5 +1,6 @@
 #include "error_mode.h"
 #include "library_session.h"
+#include "lock_probe.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
 
@@ -12,9 +13,6 @@
 namespace klb::test {
 
 namespace {
-
-constexpr char kOverrideName[] = "CIT_OVERRIDE.KLB";
-constexpr char kReservedToken[] = "cit.feature.overrides";
 
 /// A directory with an override file and a file of the host's own.
 class OverrideToken : public testing::Test {
@@ -29,13 +27,11 @@ protected:
 
     TempDirectory directory_;
     const std::string overridePath_ =
-        directory_.write(kOverrideName, documentWith(R"("a":true,"b":true,"own":false)"));
+        directory_.write(kOverrideFile, documentWith(R"("a":true,"b":true,"own":false)"));
     const std::string hostPath_ =
         directory_.write("host.json", documentWith(R"("a":false,"own":true)"));
-    const std::string alreadySet_ =
-        "registerToggleFile: toggle file path location as already been set to '" + hostPath_ + "'";
-    const std::string alreadyOwned_ = "registerToggleFile: toggle file path location as already "
-                                      "been registered to 'cit.feature.overrides'";
+    const std::string alreadySet_ = otherFileText(hostPath_);
+    const std::string alreadyOwned_ = ownedFileText(kOverrideToken);
 };
 
 TEST_F(OverrideToken, HostMayRegisterTheOverrideFileItself) {
@@ -45,7 +41,7 @@ TEST_F(OverrideToken, HostMayRegisterTheOverrideFileItself) {
         inBothErrorModes([&](ErrorObserver& observer) {
             startLibrary();
             observer.expectSilence([&] {
-                KLB_RegisterToggleFile(type, kReservedToken, overridePath_.c_str());
+                KLB_RegisterToggleFile(type, kOverrideToken, overridePath_.c_str());
                 EXPECT_TRUE(registeredValue("/a", false, "core"));
                 EXPECT_FALSE(registeredValue("/own", true, "core"));
             });
@@ -55,12 +51,12 @@ TEST_F(OverrideToken, HostMayRegisterTheOverrideFileItself) {
 }
 
 TEST_F(OverrideToken, DamagedOverrideFileRegisteredByTheHostIsReportedToTheHostOnly) {
-    directory_.write(kOverrideName, "{\"a\":true,");
+    directory_.write(kOverrideFile, "{\"a\":true,");
     inBothErrorModes([&](ErrorObserver& observer) {
         startLibrary();
         observer.expectError<std::domain_error>(
             loadErrorText("ParseErrorObjectMissName", overridePath_, 10),
-            [&] { registerPlainFile(kReservedToken, overridePath_); });
+            [&] { registerPlainFile(kOverrideToken, overridePath_); });
         observer.expectSilence([] { EXPECT_FALSE(registeredValue("/a", false, "core")); });
         KLB_Term();
     });
@@ -72,7 +68,7 @@ TEST_F(OverrideToken, HostFileTakesThePlaceOfTheOverrideFileAfterACallbackTookTh
         SCOPED_TRACE(static_cast<int>(type));
         MessageRecorder recorder;
         startLibrary();
-        KLB_RegisterToggleFile(type, kReservedToken, hostPath_.c_str());
+        KLB_RegisterToggleFile(type, kOverrideToken, hostPath_.c_str());
         EXPECT_EQ(recorder.take(), std::vector<Message>{});
 
         KLB_RegisterToggle("/a", true, "core");
@@ -93,7 +89,7 @@ TEST_F(OverrideToken, HostFileTakesThePlaceOfTheOverrideFileAfterACallbackTookTh
 TEST_F(OverrideToken, HostFileMakesEveryRegistrationThrowUntilACallbackTakesTheConflict) {
     startLibrary();
     ErrorObserver throwing(ErrorMode::Exception);
-    throwing.expectSilence([&] { registerPlainFile(kReservedToken, hostPath_); });
+    throwing.expectSilence([&] { registerPlainFile(kOverrideToken, hostPath_); });
     for (const ToggleKind* kind : {&kStaticKind, &kDynamicKind, &kStaticKind}) {
         SCOPED_TRACE(kind->name);
         for (const char* key : {"/a", "/b", ""}) {
@@ -107,7 +103,7 @@ TEST_F(OverrideToken, HostFileMakesEveryRegistrationThrowUntilACallbackTakesTheC
                 [&] { kind->registerToggle(key, true, nullptr); });
         }
         throwing.expectError<std::domain_error>(
-            alreadySet_, [&] { kind->registerToggle("/a", true, kReservedToken); });
+            alreadySet_, [&] { kind->registerToggle("/a", true, kOverrideToken); });
     }
     EXPECT_FALSE(KLB_IsToggleFileRegistered("core"));
 
@@ -123,7 +119,7 @@ TEST_F(OverrideToken, HostFileThatIsMissingStillTakesThePlace) {
     directory_.remove("host.json");
     MessageRecorder recorder;
     startLibrary();
-    registerPlainFile(kReservedToken, hostPath_);
+    registerPlainFile(kOverrideToken, hostPath_);
     EXPECT_EQ(recorder.take(), std::vector<Message>{});
     EXPECT_FALSE(registeredValue("/a", false, "core"));
     EXPECT_EQ(recorder.take(), std::vector<Message>{error(alreadySet_)});
@@ -138,7 +134,7 @@ TEST_F(OverrideToken, OverrideFileOwnedByAnotherTokenGivesNoOverridesAfterACallb
     KLB_RegisterToggle("/a", false, "core");
     EXPECT_EQ(recorder.take(), std::vector<Message>{error(alreadyOwned_)});
     EXPECT_FALSE(KLB_GetToggle("/a"));
-    EXPECT_TRUE(KLB_IsToggleFileRegistered(kReservedToken));
+    EXPECT_TRUE(KLB_IsToggleFileRegistered(kOverrideToken));
 
     // The file serves its owner, and nothing is tried again.
     EXPECT_FALSE(registeredValue("/own", true, "mine"));
@@ -155,7 +151,7 @@ TEST_F(OverrideToken, OverrideFileOwnedByAnotherTokenMakesEveryRegistrationThrow
     throwing.expectSilence([&] { registerPlainFile("mine", overridePath_); });
     for (const ToggleKind* kind : {&kStaticKind, &kDynamicKind, &kStaticKind}) {
         SCOPED_TRACE(kind->name);
-        for (const char* token : {"core", "mine", kReservedToken}) {
+        for (const char* token : {"core", "mine", kOverrideToken}) {
             SCOPED_TRACE(token);
             throwing.expectError<std::domain_error>(
                 alreadyOwned_, [&] { kind->registerToggle("/a", false, token); });
@@ -164,7 +160,7 @@ TEST_F(OverrideToken, OverrideFileOwnedByAnotherTokenMakesEveryRegistrationThrow
         }
     }
     EXPECT_FALSE(KLB_IsToggleFileRegistered("core"));
-    EXPECT_TRUE(KLB_IsToggleFileRegistered(kReservedToken));
+    EXPECT_TRUE(KLB_IsToggleFileRegistered(kOverrideToken));
 
     MessageRecorder recorder;
     EXPECT_FALSE(registeredValue("/a", false, "core"));
@@ -178,8 +174,8 @@ TEST_F(OverrideToken, WithoutAPathItStillTakesTheOverrideFile) {
         startLibrary();
         registerPlainFile("mine", hostPath_);
         observer.expectError<std::domain_error>(
-            alreadyOwned_, [&] { registerPlainFile(kReservedToken, hostPath_); });
-        EXPECT_TRUE(KLB_IsToggleFileRegistered(kReservedToken));
+            alreadyOwned_, [&] { registerPlainFile(kOverrideToken, hostPath_); });
+        EXPECT_TRUE(KLB_IsToggleFileRegistered(kOverrideToken));
         observer.expectSilence([] {
             EXPECT_TRUE(registeredValue("/a", false, "core"));
             EXPECT_FALSE(registeredValue("/own", true, "mine"));
@@ -193,10 +189,8 @@ TEST_F(OverrideToken, RegisteredByTheFirstToggleItRefusesAnotherFile) {
         startLibrary();
         EXPECT_TRUE(registeredValue("/a", false, "core"));
         observer.expectError<std::domain_error>(
-            "registerToggleFile: toggle file path location as already been set to '" +
-                overridePath_ + "'",
-            [&] { registerPlainFile(kReservedToken, hostPath_); });
-        observer.expectSilence([&] { registerPlainFile(kReservedToken, overridePath_); });
+            otherFileText(overridePath_), [&] { registerPlainFile(kOverrideToken, hostPath_); });
+        observer.expectSilence([&] { registerPlainFile(kOverrideToken, overridePath_); });
         EXPECT_TRUE(registeredValue("/b", false, "core"));
         EXPECT_FALSE(registeredValue("/own", true, "core"));
         KLB_Term();
@@ -216,7 +210,7 @@ TEST_F(OverrideToken, AsTheTokenOfAToggleItsFileIsSearchedTwice) {
         {"/nowhere", true, true},
     };
     directory_.write(
-        kOverrideName,
+        kOverrideFile,
         documentWith(
             R"("features":{"inFeatures":true,"inBoth":true},"inBoth":false,"inRoot":true)"));
     inBothErrorModes([&](ErrorObserver& observer) {
@@ -224,7 +218,7 @@ TEST_F(OverrideToken, AsTheTokenOfAToggleItsFileIsSearchedTwice) {
         observer.expectSilence([&] {
             for (const auto& c : cases) {
                 SCOPED_TRACE(c.key);
-                EXPECT_EQ(registeredValue(c.key, c.defaultValue, kReservedToken), c.value);
+                EXPECT_EQ(registeredValue(c.key, c.defaultValue, kOverrideToken), c.value);
             }
         });
         KLB_Term();
@@ -237,8 +231,8 @@ TEST(OverrideTokenWhileDisabled, IsATokenLikeAnyOther) {
     inBothErrorModes([&](ErrorObserver& observer) {
         const LibrarySession library("TestSystem", false);
         observer.expectSilence([&] {
-            registerPlainFile(kReservedToken, path);
-            EXPECT_TRUE(registeredValue("/a", false, kReservedToken));
+            registerPlainFile(kOverrideToken, path);
+            EXPECT_TRUE(registeredValue("/a", false, kOverrideToken));
             EXPECT_FALSE(registeredValue("/b", false, "core"));
             EXPECT_FALSE(registeredValue("/features/b", false, "core"));
         });

@@ -2,8 +2,8 @@
 #include "klb.h"
 #include "library_session.h"
 #include "message_recorder.h"
-#include "register_toggle_file_helpers.h"
 #include "temp_directory.h"
+#include "toggle_helpers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 #include "error_mode.h"
 #include "library_session.h"
+#include "lock_probe.h"
 #include "scoped_environment.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
@@ -268,9 +269,7 @@ TEST(RegisterToggle, SameKeyWithAnotherTokenIsAnError) {
                     loadErrorText("ParseErrorDocumentRootNotSingular", damaged, bytes.size()),
                     [&] { registerPlainFile("damaged", damaged); });
                 observer.expectError<std::domain_error>(
-                    "registerToggleFile: toggle file path location as already been registered to "
-                    "'refused'",
-                    [&] { registerPlainFile("refused", full); });
+                    ownedFileText("refused"), [&] { registerPlainFile("refused", full); });
 
                 const Holder holders[] = {
                     {"full", full},       {"relative", relative}, {"missing", missing},

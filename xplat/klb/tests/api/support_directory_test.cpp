@@ -1,9 +1,10 @@
 #include "error_mode.h"
 #include "klb.h"
 #include "library_session.h"
-#include "register_toggle_file_helpers.h"
+#include "paths.h"
 #include "scoped_environment.h"
 #include "temp_directory.h"
+#include "toggle_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -142,8 +143,7 @@ TEST(SupportDirectory, WithUnicodeCharactersIsUtf8) {
                         documentWith(R"("features":{"a":true})"));
         const ScopedEnvironment programData("PROGRAMDATA", directory.pathOf(name));
 #if defined(_WIN32)
-        const std::string utf8 = directory.pathOf(name);
-        const std::filesystem::path path(std::u8string(utf8.begin(), utf8.end()));
+        const std::filesystem::path path = fromUtf8(directory.pathOf(name));
         ASSERT_TRUE(SetEnvironmentVariableW(L"PROGRAMDATA", path.c_str()));
 #endif
         const LibrarySession session;

@@ -1,20 +1,25 @@
 #ifndef KLB_TESTS_API_TOGGLE_HELPERS_H
 #define KLB_TESTS_API_TOGGLE_HELPERS_H
 
+#include "error_mode.h"
 #include "klb.h"
+#include "paths.h"
+
+#include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <future>
-#include <memory>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <thread>
+#include <system_error>
 
 namespace klb::test {
+
+inline constexpr const char* kOverrideToken = "cit.feature.overrides";
+inline constexpr const char* kOverrideFile = "CIT_OVERRIDE.KLB";
 
 /// The functions that serve one kind of toggles.
 struct ToggleKind {
@@ -30,9 +35,14 @@ inline const ToggleKind kDynamicKind = {"dynamic", &KLB_RegisterDynamicToggle,
                                         &KLB_IsDynamicToggleRegistered, &KLB_GetDynamicToggle};
 inline const std::array<const ToggleKind*, 2> kBothKinds = {&kStaticKind, &kDynamicKind};
 
+/// A document with a header for one system and these further root members, such as "a":true.
+inline std::string documentFor(const std::string& systemId, std::string_view members) {
+    return R"({"header":{"systemId":")" + systemId + R"("},)" + std::string(members) + "}";
+}
+
 /// A document for the system of a LibrarySession: its header, then these root members.
 inline std::string documentWith(std::string_view members) {
-    return R"({"header":{"systemId":"TestSystem"},)" + std::string(members) + "}";
+    return documentFor("TestSystem", members);
 }
 
 /// A toggle file for that system whose "features" holds these members.
@@ -60,6 +70,16 @@ inline std::string loadErrorText(std::string_view name, const std::string& path,
     return text;
 }
 
+inline std::string otherFileText(const std::string& firstPath) {
+    return "registerToggleFile: toggle file path location as already been set to '" + firstPath +
+           "'";
+}
+
+inline std::string ownedFileText(const std::string& callersToken) {
+    return "registerToggleFile: toggle file path location as already been registered to '" +
+           callersToken + "'";
+}
+
 /// A document with an error, and the offset at which the parser reports it.
 struct DamagedDocument {
     std::string bytes;
@@ -75,23 +95,37 @@ inline DamagedDocument damagedAt(std::string_view marked) {
     return {std::string(marked.substr(0, mark)) + std::string(marked.substr(mark + 1)), mark};
 }
 
-/// Whether another thread gets through a call of the library. The thread is left to itself when it
-/// does not, so that a lock that was never released fails the test instead of hanging it.
-inline bool lockIsFree() {
-    const auto entered = std::make_shared<std::promise<void>>();
-    std::future<void> done = entered->get_future();
-    std::thread caller([entered] {
-        KLB_IsInitialized();
-        entered->set_value();
-    });
-    const bool isFree = done.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
-    if (isFree) {
-        caller.join();
-    } else {
-        caller.detach();
-    }
-    return isFree;
+/// The token's file is the one at this full path: the refusal of another one names it.
+inline void expectPath(ErrorObserver& observer, const std::string& token, const std::string& path) {
+    observer.expectError<std::domain_error>(
+        otherFileText(path), [&] { registerPlainFile(token.c_str(), "klb-no-such\\other.json"); });
 }
+
+/// The token is known, and no file is attached to it: it can still be given one, whose path the
+/// refusal of the next one names.
+inline void expectNoPath(ErrorObserver& observer, const std::string& token) {
+    EXPECT_TRUE(KLB_IsToggleFileRegistered(token.c_str()));
+    const std::string file = "klb-no-such\\first file of " + token + ".json";
+    observer.expectSilence([&] { registerPlainFile(token.c_str(), file); });
+    expectPath(observer, token, file);
+}
+
+/// Makes a directory the process's current one for its lifetime.
+class WorkingDirectory {
+public:
+    explicit WorkingDirectory(const std::string& utf8) : before_(std::filesystem::current_path()) {
+        std::filesystem::current_path(fromUtf8(utf8));
+    }
+    ~WorkingDirectory() {
+        std::error_code ignored;
+        std::filesystem::current_path(before_, ignored);
+    }
+    WorkingDirectory(const WorkingDirectory&) = delete;
+    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
+
+private:
+    std::filesystem::path before_;
+};
 
 } // namespace klb::test
 

@@ -1,5 +1,7 @@
 #include "temp_directory.h"
 
+#include "paths.h"
+
 #include <fstream>
 #include <random>
 #include <stdexcept>
@@ -7,19 +9,6 @@
 namespace klb::test {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-fs::path fromUtf8(std::string_view text) {
-    return fs::path(std::u8string(text.begin(), text.end()));
-}
-
-std::string toUtf8(const fs::path& path) {
-    const std::u8string text = path.u8string();
-    return std::string(text.begin(), text.end());
-}
-
-} // namespace
 
 TempDirectory::TempDirectory() {
     std::random_device random;
