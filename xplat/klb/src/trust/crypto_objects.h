@@ -37,10 +37,10 @@ using TrustStorePtr = std::unique_ptr<X509_STORE, TrustStoreDeleter>;
 /// A stream that reads these bytes where they are; null when it cannot be made.
 CryptoStreamPtr openBytes(const std::vector<char>& bytes) noexcept;
 
-/// The crypto library keeps a queue of 16 errors for each thread; the host may have some in it. What
-/// happens while this lives leaves no trace there. What the crypto library drops by itself is lost:
-/// the oldest errors when its own fill the queue, all of them when it takes a certificate from its
-/// default directory.
+/// The crypto library keeps a queue of 16 errors for each thread; the host may have some in it.
+/// What happens while this lives leaves no trace there. What the crypto library drops by itself is
+/// lost: the oldest errors when its own fill the queue, all of them when it takes a certificate
+/// from its default directory.
 class ErrorQueueScope {
 public:
     ErrorQueueScope() noexcept;
