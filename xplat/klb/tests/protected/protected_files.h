@@ -4,6 +4,7 @@
 #include "error_mode.h"
 #include "klb.h"
 #include "library_session.h"
+#include "lock_probe.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
 

@@ -1,6 +1,5 @@
 #include "crypto_environment.h"
 #include "protected_files.h"
-#include "register_toggle_file_helpers.h"
 #include "scoped_environment.h"
 
 #include <gtest/gtest.h>
