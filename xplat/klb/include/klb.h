@@ -144,11 +144,24 @@ KLB_API void KLB_InitMessageProc(KLB_MessageProc proc);
 /// Any.
 KLB_API void KLB_SetOverridePath(const char* overridePath);
 
-/// Sets the certificate that signers of protected toggle files are checked against.
+/// Sets the certificate that the signers of protected toggle files are checked against, in place of
+/// the certificates beside each file, in mosk.cert.pem, and in the crypto library's default
+/// directory. At most once, and before any registration.
 ///
-/// \param certificateData The PEM text of one certificate, or null. Copied.
+/// \param certificateData A PEM text, of whose certificates the first one counts. Copied. Null
+///     switches the signature check off for every file registered afterwards: protected files must
+///     then hold their JSON document unsigned, and anyone can make them. A later call with a text,
+///     before any registration, switches it on again; null may be passed several times.
 /// \par Before KLB_Init
 /// "KLB_SetCertificateData: KLB_Init must be called first." (std::domain_error).
+/// \par Errors
+/// std::domain_error, everything stays as it was:
+/// "setCertificateData: certificate data has already been set." (by a text, not by null),
+/// "setCertificateData: must be called before any registration routines.".
+/// std::domain_error, no certificate is set, signatures are checked as without the call, and it may
+/// be repeated:
+/// "setCertificateData: can't read certificate from the certificate data provided.",
+/// "setCertificateData: can't create BIO for the certificate data provided.".
 /// \par Threads
 /// Any.
 KLB_API void KLB_SetCertificateData(const char* certificateData);

@@ -24,16 +24,23 @@ constexpr const char* kSystemId = "MERIDIAN-0042";
 constexpr int kUsageError = 2;
 
 struct ToggleFile {
+    KLB_ToggleFileType type;
     const char* token;
     const char* name;
 };
 
-/// print_toggles.json lies there cut short, as after a copy that was interrupted: the library
-/// reports it, and the toggles of its token keep their defaults.
+/// Anyone may edit a plain file. A protected one counts only if it was made for this system and
+/// signed by the holder of the certificate beside it, mosk.cert.pem.
+///
+/// Two of these files are not as they should be: print_toggles.json was cut short, as by a copy
+/// that was interrupted, and survey_toggles.klb was made for another system. The library reports
+/// both, and the toggles of their tokens keep their defaults.
 constexpr std::array kToggleFiles = {
-    ToggleFile{"core", "core_toggles.json"},
-    ToggleFile{"editor", "editor_toggles.json"},
-    ToggleFile{"print", "print_toggles.json"},
+    ToggleFile{KLB_ToggleFileType_Supported, "core", "core_toggles.json"},
+    ToggleFile{KLB_ToggleFileType_Supported, "editor", "editor_toggles.json"},
+    ToggleFile{KLB_ToggleFileType_Supported, "print", "print_toggles.json"},
+    ToggleFile{KLB_ToggleFileType_Unsupported, "labs", "labs_toggles.klb"},
+    ToggleFile{KLB_ToggleFileType_Unsupported, "survey", "survey_toggles.klb"},
 };
 
 enum class Kind { Static, Dynamic };
@@ -71,6 +78,13 @@ constexpr std::array kToggles = {
     Toggle{"/print/cropMarks", true, Kind::Static, "print"},
     Toggle{"/print/largeFormat", false, Kind::Static, "print"},
     Toggle{"/print/livePreview", true, Kind::Dynamic, "print"},
+
+    Toggle{"/labs/routeReplay", false, Kind::Dynamic, "labs"},
+    Toggle{"/labs/terrainMesh", false, Kind::Static, "labs"},
+    Toggle{"/labs/voiceSearch", false, Kind::Static, "labs"},
+
+    Toggle{"/survey/laserScans", false, Kind::Static, "survey"},
+    Toggle{"/survey/stationLog", true, Kind::Dynamic, "survey"},
 };
 
 struct Message {
@@ -113,8 +127,7 @@ public:
 void registerAll(const fs::path& configuration) {
     KLB_SetOverridePath(toUtf8(configuration).c_str());
     for (const ToggleFile& file : kToggleFiles) {
-        KLB_RegisterToggleFile(KLB_ToggleFileType_Supported, file.token,
-                               toUtf8(configuration / file.name).c_str());
+        KLB_RegisterToggleFile(file.type, file.token, toUtf8(configuration / file.name).c_str());
     }
     for (const Toggle& toggle : kToggles) {
         const auto registerToggle =
@@ -166,6 +179,14 @@ private:
     std::size_t keyWidth_ = 0;
 };
 
+void printToggleFiles() {
+    for (const ToggleFile& file : kToggleFiles) {
+        std::cout << "  " << std::left << std::setw(8) << file.token << std::setw(21) << file.name
+                  << (file.type == KLB_ToggleFileType_Unsupported ? "protected" : "plain") << '\n';
+    }
+    std::cout << '\n';
+}
+
 void printToggles() {
     const Table table;
     table.printHeading();
@@ -198,12 +219,22 @@ void printSessionAtWork() {
               << ", asked for but never registered\n";
 }
 
+/// A message about a protected file has more than one line.
+std::string withIndentedLines(std::string text, std::size_t indentation) {
+    const std::string lineStart = "\n" + std::string(indentation, ' ');
+    for (std::size_t end = text.find('\n'); end != std::string::npos;
+         end = text.find('\n', end + lineStart.size())) {
+        text.replace(end, 1, lineStart);
+    }
+    return text;
+}
+
 void printMessages() {
     std::cout << "\nMessages from the library (" << messages().size() << ")\n\n";
     for (const Message& message : messages()) {
         std::cout << "  " << std::left << std::setw(9)
-                  << (message.type == KLB_MessageType_Warning ? "warning" : "error") << message.text
-                  << '\n';
+                  << (message.type == KLB_MessageType_Warning ? "warning" : "error")
+                  << withIndentedLines(message.text, 11) << '\n';
     }
 }
 
@@ -213,6 +244,7 @@ void run(const fs::path& configuration) {
 
     std::cout << "Meridian map editor, system " << kSystemId << "\nConfiguration in "
               << toUtf8(configuration) << "\n\n";
+    printToggleFiles();
     printToggles();
     printSessionAtWork();
     printMessages();
@@ -226,9 +258,11 @@ fs::path wholePath(const fs::path& path) {
 template <class Character>
 int hostMain(int argc, Character** argv) {
     if (argc != 2) {
-        std::cerr << "usage: klb_sample_host DIRECTORY\n"
-                     "Shows the feature toggles of a sample product. DIRECTORY holds its\n"
-                     "configuration: the toggle files and the override file.\n";
+        std::cerr
+            << "usage: klb_sample_host DIRECTORY\n"
+               "Shows the feature toggles of a sample product. DIRECTORY holds its\n"
+               "configuration: the toggle files, the certificate of those who sign protected\n"
+               "ones, and the override file.\n";
         return kUsageError;
     }
     try {

@@ -2,11 +2,12 @@
 
 #include "documents/document_parser.h"
 #include "documents/parse_errors.h"
+#include "platform/file_content.h"
+#include "trust/crypto_library.h"
+#include "trust/decryption.h"
+#include "trust/signature.h"
 
-#include <cstdint>
-#include <limits>
 #include <memory>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -15,25 +16,28 @@ namespace klb {
 namespace {
 
 constexpr std::size_t kMinFileSize = 10;
-constexpr std::uint64_t kMaxFileSize = std::numeric_limits<std::int32_t>::max();
-
-/// Gives the bytes of a file back when its load ends, however it ends.
-class ContentScope {
-public:
-    explicit ContentScope(std::vector<char>& content) noexcept : content_(content) {}
-    ContentScope(const ContentScope&) = delete;
-    ContentScope& operator=(const ContentScope&) = delete;
-    ~ContentScope() {
-        std::vector<char>().swap(content_);
-    }
-
-private:
-    std::vector<char>& content_;
-};
 
 bool isPlain(KLB_ToggleFileType type) noexcept {
     return type == KLB_ToggleFileType_Supported || type == KLB_ToggleFileType_Override;
 }
+
+/// Gives the bytes of a file back when its load ends, however it ends. What was decrypted is
+/// overwritten first.
+class ContentScope {
+public:
+    explicit ContentScope(ToggleFileRecord& record) noexcept : record_(record) {}
+    ContentScope(const ContentScope&) = delete;
+    ContentScope& operator=(const ContentScope&) = delete;
+    ~ContentScope() {
+        if (!isPlain(record_.type)) {
+            const CleanseScope cleansed(record_.content);
+        }
+        std::vector<char>().swap(record_.content);
+    }
+
+private:
+    ToggleFileRecord& record_;
+};
 
 bool readContent(ToggleFileRecord& record, const Platform& platform) {
     const std::unique_ptr<InputFile> file = platform.openInputFile(record.path);
@@ -41,13 +45,7 @@ bool readContent(ToggleFileRecord& record, const Platform& platform) {
         record.fileMissing = true;
         return false;
     }
-    const std::optional<std::uint64_t> size = file->size();
-    if (!size || *size > kMaxFileSize) {
-        record.error = "UnableToReadFile";
-        return false;
-    }
-    record.content.resize(static_cast<std::size_t>(*size));
-    if (file->read(record.content.data(), record.content.size()) < record.content.size()) {
+    if (!readWhole(*file, record.content)) {
         record.error = "UnableToReadFile";
         return false;
     }
@@ -56,6 +54,16 @@ bool readContent(ToggleFileRecord& record, const Platform& platform) {
         return false;
     }
     return true;
+}
+
+/// Leaves the document's text in the content: opens the envelope of a protected file. False when
+/// there is none to parse; the record's error may say why.
+bool openContent(ToggleFileRecord& record, std::string_view systemId, const Platform& platform) {
+    if (isPlain(record.type)) {
+        return record.content.front() == '{';
+    }
+    return decryptContent(record, systemId) &&
+           (record.skipSignatureCheck || verifySignature(record, platform));
 }
 
 const JsonValue* findFirst(const JsonValue& object, const char* name) {
@@ -99,11 +107,8 @@ ToggleDocument* loadToggleDocument(ToggleFileRecord& record, std::string_view sy
         return nullptr;
     }
 
-    const ContentScope scope(record.content);
-    if (!readContent(record, platform)) {
-        return nullptr;
-    }
-    if (!isPlain(record.type) || record.content.front() != '{') {
+    const ContentScope scope(record);
+    if (!readContent(record, platform) || !openContent(record, systemId, platform)) {
         return nullptr;
     }
 

@@ -52,9 +52,11 @@ void KLB_SetOverridePath(const char* overridePath) {
     }
 }
 
-void KLB_SetCertificateData(const char*) {
+void KLB_SetCertificateData(const char* certificateData) {
     const LockedManager manager;
-    manager.orReport("KLB_SetCertificateData: KLB_Init must be called first.");
+    if (manager.orReport("KLB_SetCertificateData: KLB_Init must be called first.")) {
+        manager->setCertificateData(certificateData);
+    }
 }
 
 void KLB_InitOBX(IOBXUnknown* pHostUnk) {

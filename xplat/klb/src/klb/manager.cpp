@@ -1,6 +1,7 @@
 #include "klb/manager.h"
 
 #include "registry/toggle_files.h"
+#include "trust/certificate.h"
 #include "trust/crypto_library.h"
 #include "trust/override_path.h"
 
@@ -30,6 +31,10 @@ void KLBMgr::adoptDeviceIdentity() {
 
 void KLBMgr::setOverridePath(const char* overridePath) {
     klb::setOverridePath(registry_, overridePath);
+}
+
+void KLBMgr::setCertificateData(const char* certificateData) {
+    klb::setCertificateData(registry_, certificateData);
 }
 
 bool KLBMgr::isPublished() const noexcept {

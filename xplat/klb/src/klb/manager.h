@@ -27,6 +27,7 @@ public:
     void adoptDeviceIdentity();
 
     void setOverridePath(const char* overridePath);
+    void setCertificateData(const char* certificateData);
     bool isPublished() const noexcept;
     std::uint32_t singletonState() const noexcept;
     void registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file);

@@ -1,10 +1,7 @@
 #include "trust/crypto_library.h"
 
-#include "core/crypto_handles.h"
-
-#include <openssl/bio.h>
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
-#include <openssl/x509.h>
 
 namespace klb {
 
@@ -12,12 +9,8 @@ void initializeCryptoLibrary() {
     OpenSSL_add_all_algorithms();
 }
 
-void CryptoStreamDeleter::operator()(bio_st* stream) const noexcept {
-    BIO_free(stream);
-}
-
-void CertificateDeleter::operator()(x509_st* certificate) const noexcept {
-    X509_free(certificate);
+CleanseScope::~CleanseScope() {
+    OPENSSL_cleanse(bytes_.data(), bytes_.size());
 }
 
 } // namespace klb

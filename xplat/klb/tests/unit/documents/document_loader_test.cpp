@@ -1,6 +1,9 @@
 #include "documents/document_loader.h"
 
+#include "support/failing_allocation.h"
 #include "support/fake_platform.h"
+#include "support/protected_samples.h"
+#include "trust/crypto_library.h"
 
 #include <gtest/gtest.h>
 
@@ -182,6 +185,55 @@ TEST_F(LoadToggleDocument, SystemIdentifiersCompareByLengthAndBytes) {
                   c.accepted);
         EXPECT_EQ(other.error, c.accepted ? "" : "ErrorSystemIdDoesNotMatch");
     }
+}
+
+TEST_F(LoadToggleDocument, LeavesNoDecryptedTextInFreedMemory) {
+    initializeCryptoLibrary();
+    file().bytes = test::kProtectedFile;
+    platform.files["C:\\mosk.cert.pem"].bytes = test::kSignerCertificate;
+    record.type = KLB_ToggleFileType_Unsupported;
+    const std::string document = test::kSampleDocument;
+    const std::string signedDocument = test::kSignedDocument;
+    const std::string ofDocument = document.substr(document.find("\"features"));
+    const std::string ofSignature = signedDocument.substr(signedDocument.size() - 40);
+    for (const std::string& text : {ofDocument, ofSignature}) {
+        const test::FreedMemoryWatch watch(text);
+        EXPECT_NE(loadToggleDocument(record, "System", platform.services()), nullptr);
+        EXPECT_EQ(record.error, "");
+        EXPECT_EQ(watch.sightings(), 0);
+        record.document.reset();
+    }
+
+    // A failing signature check and memory that runs out leave nothing either.
+    platform.files.erase("C:\\mosk.cert.pem");
+    const test::FreedMemoryWatch watch(ofSignature);
+    for (std::size_t n = 1;; ++n) {
+        record.error.clear();
+        const test::FailingAllocation failure(n);
+        try {
+            EXPECT_EQ(loadToggleDocument(record, "System", platform.services()), nullptr);
+        } catch (const std::bad_alloc&) {
+        }
+        EXPECT_EQ(watch.sightings(), 0);
+        if (!failure.happened()) {
+            break;
+        }
+    }
+    EXPECT_EQ(record.error, "Verification failure\n");
+
+    // Nor does a plain text that is not of the form expected.
+    record.error.clear();
+    record.skipSignatureCheck = true;
+    EXPECT_EQ(loadToggleDocument(record, "System", platform.services()), nullptr);
+    EXPECT_EQ(record.error, "The original KLB file was either corrupted or it was created for a "
+                            "different computer.\n");
+    EXPECT_EQ(watch.sightings(), 0);
+}
+
+TEST_F(LoadToggleDocument, TheWatchOverFreedMemorySeesATextThatIsNotCleansed) {
+    const test::FreedMemoryWatch watch("a text that stays in memory");
+    { const std::string text = "a text that stays in memory"; }
+    EXPECT_EQ(watch.sightings(), 1);
 }
 
 } // namespace

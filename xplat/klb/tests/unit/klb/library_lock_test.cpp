@@ -42,7 +42,7 @@ struct Call {
 // One call of every export that can fail.
 const Call kBadCalls[] = {
     {"KLB_SetOverridePath", [] { KLB_SetOverridePath(nullptr); }},
-    {"KLB_SetCertificateData", [] { KLB_SetCertificateData(""); }, false, true},
+    {"KLB_SetCertificateData", [] { KLB_SetCertificateData(""); }},
     {"KLB_InitOBX", [] { KLB_InitOBX(nullptr); }},
     {"KLB_RegisterToggleFile",
      [] { KLB_RegisterToggleFile(KLB_ToggleFileType_Invalid, nullptr, nullptr); }},

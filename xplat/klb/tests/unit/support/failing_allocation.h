@@ -2,6 +2,7 @@
 #define KLB_TESTS_UNIT_SUPPORT_FAILING_ALLOCATION_H
 
 #include <cstddef>
+#include <string_view>
 
 namespace klb::test {
 
@@ -16,6 +17,30 @@ public:
 
     /// Whether the n-th allocation has been reached.
     bool happened() const noexcept;
+};
+
+/// Makes the n-th allocation of the crypto library fail, counted from 1.
+class FailingCryptoAllocation {
+public:
+    explicit FailingCryptoAllocation(std::size_t n) noexcept;
+    ~FailingCryptoAllocation();
+    FailingCryptoAllocation(const FailingCryptoAllocation&) = delete;
+    FailingCryptoAllocation& operator=(const FailingCryptoAllocation&) = delete;
+
+    /// Whether the n-th allocation has been reached.
+    bool happened() const noexcept;
+};
+
+/// Looks for a text in every block that operator delete gets.
+class FreedMemoryWatch {
+public:
+    explicit FreedMemoryWatch(std::string_view text) noexcept;
+    ~FreedMemoryWatch();
+    FreedMemoryWatch(const FreedMemoryWatch&) = delete;
+    FreedMemoryWatch& operator=(const FreedMemoryWatch&) = delete;
+
+    /// In how many blocks the text was found.
+    int sightings() const noexcept;
 };
 
 } // namespace klb::test

@@ -1,0 +1,16 @@
+#ifndef KLB_PLATFORM_FILE_CONTENT_H
+#define KLB_PLATFORM_FILE_CONTENT_H
+
+#include "platform/input_file.h"
+
+#include <vector>
+
+namespace klb {
+
+/// Fills the buffer with the whole file, in one read. False when the file's size is not known or
+/// does not fit a signed 32-bit number, and when fewer bytes arrive.
+bool readWhole(InputFile& file, std::vector<char>& content);
+
+} // namespace klb
+
+#endif

@@ -1,0 +1,156 @@
+#include "trust/decryption.h"
+
+#include "trust/crypto_library.h"
+#include "trust/crypto_objects.h"
+
+#include <array>
+#include <memory>
+#include <string>
+
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/objects.h>
+
+namespace klb {
+
+namespace {
+
+constexpr std::string_view kMagic = "Salted__";
+constexpr std::size_t kSaltSize = 8;
+constexpr std::size_t kReadBufferSize = 11346;
+constexpr int kPieceSize = 8192;
+constexpr std::string_view kSignedMessageStart = "MIME-Version: 1.0";
+constexpr std::string_view kDocumentStart = "{";
+
+struct ReadBufferDeleter {
+    void operator()(void* buffer) const noexcept {
+        OPENSSL_free(buffer);
+    }
+};
+
+struct KeyAndIv {
+    std::array<unsigned char, EVP_MAX_KEY_LENGTH> key{};
+    std::array<unsigned char, EVP_MAX_IV_LENGTH> iv{};
+
+    KeyAndIv() = default;
+    KeyAndIv(const KeyAndIv&) = delete;
+    KeyAndIv& operator=(const KeyAndIv&) = delete;
+    ~KeyAndIv() {
+        OPENSSL_cleanse(key.data(), key.size());
+        OPENSSL_cleanse(iv.data(), iv.size());
+    }
+};
+
+/// Sets a cipher filter up in two calls: what cipher, then key and IV. Both are made in any case.
+bool setUpCipher(BIO* filter, const KeyAndIv& secret, std::string& diagnostics) {
+    const EVP_CIPHER* cipher = KLB_PROTECTED_CIPHER_FUNCTION();
+    EVP_CIPHER_CTX* context = nullptr;
+    BIO_get_cipher_ctx(filter, &context);
+    bool good = true;
+    const auto check = [&](int result) {
+        if (result != 1) {
+            diagnostics += "Error setting cipher ";
+            diagnostics += OBJ_nid2sn(EVP_CIPHER_nid(cipher));
+            diagnostics += '\n';
+            good = false;
+        }
+    };
+    check(EVP_CipherInit_ex(context, cipher, nullptr, nullptr, nullptr, 0));
+    check(EVP_CipherInit_ex(context, nullptr, nullptr, secret.key.data(), secret.iv.data(), 0));
+    return good;
+}
+
+bool readExactly(BIO* chain, char* buffer, std::size_t size) {
+    return BIO_read(chain, buffer, static_cast<int>(size)) == static_cast<int>(size);
+}
+
+/// The decrypted bytes, possibly none; nothing and a line of diagnostics when a step fails.
+bool decrypt(const std::vector<char>& content, std::string_view password, std::vector<char>& output,
+             std::string& diagnostics) {
+    StreamChainPtr chain(openBytes(content).release());
+    if (!chain) {
+        diagnostics += "can't create BIO output from m_buffer\n";
+        return false;
+    }
+    BIO* base64 = BIO_new(BIO_f_base64());
+    if (base64 == nullptr) {
+        diagnostics += "error base64 bio\n";
+        return false;
+    }
+    chain.reset(BIO_push(base64, chain.release()));
+
+    std::array<char, kMagic.size()> magic{};
+    std::array<char, kSaltSize> salt{};
+    if (!readExactly(chain.get(), magic.data(), magic.size()) ||
+        !readExactly(chain.get(), salt.data(), salt.size())) {
+        diagnostics += "error reading input file\n";
+        return false;
+    }
+    if (std::string_view(magic.data(), magic.size()) != kMagic) {
+        diagnostics += "bad magic number\n";
+        return false;
+    }
+
+    KeyAndIv secret;
+    EVP_BytesToKey(KLB_PROTECTED_CIPHER_FUNCTION(), KLB_PROTECTED_DIGEST_FUNCTION(),
+                   reinterpret_cast<const unsigned char*>(salt.data()),
+                   reinterpret_cast<const unsigned char*>(password.data()),
+                   static_cast<int>(password.size()), 1, secret.key.data(), secret.iv.data());
+
+    StreamChainPtr filter(BIO_new(BIO_f_cipher()));
+    if (!filter) {
+        diagnostics += "Can't create bio from cipher\n";
+        return false;
+    }
+    if (!setUpCipher(filter.get(), secret, diagnostics)) {
+        return false;
+    }
+    chain.reset(BIO_push(filter.release(), chain.release()));
+
+    const std::unique_ptr<void, ReadBufferDeleter> buffer(OPENSSL_malloc(kReadBufferSize));
+    if (!buffer) {
+        diagnostics += "OPENSSL_malloc failure, size: " + std::to_string(kReadBufferSize) + "\n";
+        return false;
+    }
+    // A plain text is shorter than its envelope: growing would leave copies behind.
+    output.reserve(content.size());
+    const char* piece = static_cast<const char*>(buffer.get());
+    int count = 0;
+    while ((count = BIO_read(chain.get(), buffer.get(), kPieceSize)) > 0) {
+        output.insert(output.end(), piece, piece + count);
+    }
+    OPENSSL_cleanse(buffer.get(), kReadBufferSize);
+    if (count < 0) {
+        diagnostics += "BIO_read failure: \n";
+        return false;
+    }
+    return true;
+}
+
+/// A key of another system yields garbage and mostly no read error: this tells them apart.
+bool isPlausible(const std::vector<char>& output, bool skipSignatureCheck) {
+    const std::string_view text(output.data(), output.size());
+    return text.starts_with(skipSignatureCheck ? kDocumentStart : kSignedMessageStart);
+}
+
+} // namespace
+
+bool decryptContent(ToggleFileRecord& record, std::string_view systemId) {
+    const ErrorQueueScope errors;
+    std::string diagnostics;
+    std::vector<char> output;
+    const CleanseScope cleansed(output);
+    bool good = decrypt(record.content, systemId, output, diagnostics) && !output.empty();
+    if (good && !isPlausible(output, record.skipSignatureCheck)) {
+        diagnostics += "The original KLB file was either corrupted or it was created for a "
+                       "different computer.\n";
+        good = false;
+    }
+    if (good) {
+        record.content.swap(output);
+    }
+    record.error += diagnostics;
+    return good;
+}
+
+} // namespace klb

@@ -1,0 +1,80 @@
+#include "trust/trust_store.h"
+
+#include "platform/file_content.h"
+
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+namespace klb {
+
+namespace {
+
+struct PemEntriesDeleter {
+    void operator()(STACK_OF(X509_INFO) * entries) const noexcept {
+        sk_X509_INFO_pop_free(entries, X509_INFO_free);
+    }
+};
+using PemEntriesPtr = std::unique_ptr<STACK_OF(X509_INFO), PemEntriesDeleter>;
+
+/// Trusts every certificate of a PEM text, and minds its revocation lists; nothing of a text that
+/// cannot be read to its end. Nobody is asked for a pass phrase.
+bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
+    const CryptoStreamPtr input = openBytes(pem);
+    if (!input) {
+        return false;
+    }
+    char noPassPhrase[] = "";
+    const PemEntriesPtr entries(
+        PEM_X509_INFO_read_bio(input.get(), nullptr, nullptr, noPassPhrase));
+    if (!entries) {
+        return false;
+    }
+    bool added = false;
+    for (int i = 0; i < sk_X509_INFO_num(entries.get()); ++i) {
+        const X509_INFO* entry = sk_X509_INFO_value(entries.get(), i);
+        if ((entry->x509 != nullptr && X509_STORE_add_cert(store, entry->x509) != 1) ||
+            (entry->crl != nullptr && X509_STORE_add_crl(store, entry->crl) != 1)) {
+            return false;
+        }
+        added = added || entry->x509 != nullptr || entry->crl != nullptr;
+    }
+    return added;
+}
+
+/// The file is read through the platform like every other one: what is not a regular file is
+/// missing, and names are UTF-8.
+bool addCertificateFile(X509_STORE* store, const std::string& path, const Platform& platform) {
+    const std::unique_ptr<InputFile> file = platform.openInputFile(path);
+    std::vector<char> pem;
+    return file && readWhole(*file, pem) && addCertificates(store, pem);
+}
+
+} // namespace
+
+TrustStorePtr trustOnly(X509* certificate) noexcept {
+    TrustStorePtr store(X509_STORE_new());
+    if (store && X509_STORE_add_cert(store.get(), certificate) != 1) {
+        store.reset();
+    }
+    return store;
+}
+
+TrustStorePtr buildTrustStore(std::string& error, const std::string& certificatePath,
+                              const Platform& platform) {
+    std::string diagnostics;
+    TrustStorePtr store(X509_STORE_new());
+    if (store) {
+        if (!addCertificateFile(store.get(), certificatePath, platform)) {
+            diagnostics = "Error loading file: " + certificatePath + "\n";
+        }
+        X509_LOOKUP* directory = X509_STORE_add_lookup(store.get(), X509_LOOKUP_hash_dir());
+        if (directory != nullptr) {
+            X509_LOOKUP_add_dir(directory, nullptr, X509_FILETYPE_DEFAULT);
+            return store;
+        }
+    }
+    error += diagnostics;
+    return nullptr;
+}
+
+} // namespace klb
