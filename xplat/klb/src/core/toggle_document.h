@@ -10,6 +10,18 @@ namespace klb {
 
 /// A parsed and accepted toggle document. Not synchronised: the library lock guards it.
 struct ToggleDocument {
+    /// With a cleanser, nothing of the document stays in memory that it gives back.
+    explicit ToggleDocument(Cleanser cleanser = nullptr)
+        : allocator(cleanser),
+          pool(kPoolChunkSize, &allocator),
+          root(&pool, kParserStackSize, &allocator) {}
+
+    // RapidJSON's defaults, which it does not name in public.
+    static constexpr std::size_t kPoolChunkSize = 64 * 1024;
+    static constexpr std::size_t kParserStackSize = 1024;
+
+    JsonAllocator allocator;
+    JsonPool pool;
     JsonDocument root;
 
     /// Where a toggle file's toggles are: the root's "features" member, or else the root itself.

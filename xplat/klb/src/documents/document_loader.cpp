@@ -7,6 +7,7 @@
 #include "trust/decryption.h"
 #include "trust/signature.h"
 
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -16,6 +17,7 @@ namespace klb {
 namespace {
 
 constexpr std::size_t kMinFileSize = 10;
+constexpr std::uint64_t kMaxFileSize = INT32_MAX;
 
 bool isPlain(KLB_ToggleFileType type) noexcept {
     return type == KLB_ToggleFileType_Supported || type == KLB_ToggleFileType_Override;
@@ -45,7 +47,7 @@ bool readContent(ToggleFileRecord& record, const Platform& platform) {
         record.fileMissing = true;
         return false;
     }
-    if (!readWhole(*file, record.content)) {
+    if (!readWhole(*file, record.content, kMaxFileSize)) {
         record.error = "UnableToReadFile";
         return false;
     }
@@ -112,7 +114,7 @@ ToggleDocument* loadToggleDocument(ToggleFileRecord& record, std::string_view sy
         return nullptr;
     }
 
-    auto document = std::make_unique<ToggleDocument>();
+    auto document = std::make_unique<ToggleDocument>(isPlain(record.type) ? nullptr : cleanse);
     if (const rapidjson::ParseResult result = parseDocument(record.content, document->root);
         result.IsError()) {
         record.error = parseErrorName(result.Code());

@@ -1,13 +1,10 @@
 #include "platform/file_content.h"
 
-#include <limits>
-
 namespace klb {
 
-bool readWhole(InputFile& file, std::vector<char>& content) {
-    constexpr std::uint64_t kMaxSize = std::numeric_limits<std::int32_t>::max();
+bool readWhole(InputFile& file, std::vector<char>& content, std::uint64_t maxSize) {
     const std::optional<std::uint64_t> size = file.size();
-    if (!size || *size > kMaxSize) {
+    if (!size || *size > maxSize) {
         return false;
     }
     content.resize(static_cast<std::size_t>(*size));

@@ -9,8 +9,12 @@ void initializeCryptoLibrary() {
     OpenSSL_add_all_algorithms();
 }
 
+void cleanse(void* bytes, std::size_t size) noexcept {
+    OPENSSL_cleanse(bytes, size);
+}
+
 CleanseScope::~CleanseScope() {
-    OPENSSL_cleanse(bytes_.data(), bytes_.size());
+    cleanse(bytes_.data(), bytes_.size());
 }
 
 } // namespace klb

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <openssl/bio.h>
+#include <openssl/crypto.h>
 #include <openssl/pkcs7.h>
 #include <openssl/x509_vfy.h>
 
@@ -20,10 +21,9 @@ struct StreamChainDeleter {
 };
 using StreamChainPtr = std::unique_ptr<BIO, StreamChainDeleter>;
 
+/// Overwrites the content that a message carries inside itself, then frees the message.
 struct SignedDataDeleter {
-    void operator()(PKCS7* data) const noexcept {
-        PKCS7_free(data);
-    }
+    void operator()(PKCS7* data) const noexcept;
 };
 using SignedDataPtr = std::unique_ptr<PKCS7, SignedDataDeleter>;
 
@@ -34,20 +34,16 @@ struct TrustStoreDeleter {
 };
 using TrustStorePtr = std::unique_ptr<X509_STORE, TrustStoreDeleter>;
 
+struct CryptoMemoryDeleter {
+    void operator()(void* block) const noexcept {
+        OPENSSL_free(block);
+    }
+};
+/// A block from the crypto library's allocator.
+using CryptoMemoryPtr = std::unique_ptr<void, CryptoMemoryDeleter>;
+
 /// A stream that reads these bytes where they are; null when it cannot be made.
 CryptoStreamPtr openBytes(const std::vector<char>& bytes) noexcept;
-
-/// The crypto library keeps a queue of 16 errors for each thread; the host may have some in it.
-/// What happens while this lives leaves no trace there. What the crypto library drops by itself is
-/// lost: the oldest errors when its own fill the queue, all of them when it takes a certificate
-/// from its default directory.
-class ErrorQueueScope {
-public:
-    ErrorQueueScope() noexcept;
-    ~ErrorQueueScope();
-    ErrorQueueScope(const ErrorQueueScope&) = delete;
-    ErrorQueueScope& operator=(const ErrorQueueScope&) = delete;
-};
 
 } // namespace klb
 

@@ -2,9 +2,9 @@
 
 #include "trust/crypto_library.h"
 #include "trust/crypto_objects.h"
+#include "trust/error_queue.h"
 
 #include <array>
-#include <memory>
 #include <string>
 
 #include <openssl/crypto.h>
@@ -21,12 +21,6 @@ constexpr std::size_t kReadBufferSize = 11346;
 constexpr int kPieceSize = 8192;
 constexpr std::string_view kSignedMessageStart = "MIME-Version: 1.0";
 constexpr std::string_view kDocumentStart = "{";
-
-struct ReadBufferDeleter {
-    void operator()(void* buffer) const noexcept {
-        OPENSSL_free(buffer);
-    }
-};
 
 struct KeyAndIv {
     std::array<unsigned char, EVP_MAX_KEY_LENGTH> key{};
@@ -107,7 +101,7 @@ bool decrypt(const std::vector<char>& content, std::string_view password, std::v
     }
     chain.reset(BIO_push(filter.release(), chain.release()));
 
-    const std::unique_ptr<void, ReadBufferDeleter> buffer(OPENSSL_malloc(kReadBufferSize));
+    const CryptoMemoryPtr buffer(OPENSSL_malloc(kReadBufferSize));
     if (!buffer) {
         diagnostics += "OPENSSL_malloc failure, size: " + std::to_string(kReadBufferSize) + "\n";
         return false;

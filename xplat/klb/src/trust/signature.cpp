@@ -2,7 +2,10 @@
 
 #include "trust/crypto_library.h"
 #include "trust/crypto_objects.h"
+#include "trust/error_queue.h"
 #include "trust/trust_store.h"
+
+#include <cstdint>
 
 #include <openssl/buffer.h>
 #include <openssl/pkcs7.h>
@@ -19,11 +22,24 @@ CryptoStreamPtr makeSink(std::size_t capacity) {
     CryptoStreamPtr sink(BIO_new(BIO_s_mem()));
     BUF_MEM* memory = nullptr;
     if (!sink || BIO_get_mem_ptr(sink.get(), &memory) != 1 ||
-        BUF_MEM_grow(memory, capacity) != capacity) {
+        static_cast<std::size_t>(BUF_MEM_grow(memory, capacity)) != capacity) {
         return nullptr;
     }
     memory->length = 0;
     return sink;
+}
+
+/// The crypto library looks for each signer among all certificates that the message carries, before
+/// it looks whether any of them is trusted. A message made to keep it busy is not worth the time.
+bool isQuickToVerify(PKCS7* message) {
+    constexpr std::uint64_t kMaxComparisons = 100'000;
+    const STACK_OF(PKCS7_SIGNER_INFO)* signers = PKCS7_get_signer_info(message);
+    const STACK_OF(X509)* certificates =
+        PKCS7_type_is_signed(message) ? message->d.sign->cert : nullptr;
+    return signers == nullptr || certificates == nullptr ||
+           static_cast<std::uint64_t>(sk_PKCS7_SIGNER_INFO_num(signers)) *
+                   static_cast<std::uint64_t>(sk_X509_num(certificates)) <=
+               kMaxComparisons;
 }
 
 TrustStorePtr trustStoreFor(ToggleFileRecord& record, const Platform& platform) {
@@ -60,8 +76,9 @@ CryptoStreamPtr verify(ToggleFileRecord& record, const Platform& platform,
         diagnostics += "setup_verify error\n";
         return nullptr;
     }
-    if (PKCS7_verify(message.get(), nullptr, store.get(), detachedContent.get(), output.get(), 0) !=
-        1) {
+    if (!isQuickToVerify(message.get()) ||
+        PKCS7_verify(message.get(), nullptr, store.get(), detachedContent.get(), output.get(), 0) !=
+            1) {
         diagnostics += "Verification failure\n";
         return nullptr;
     }

@@ -9,6 +9,9 @@ namespace klb {
 
 namespace {
 
+/// A file beyond this size is no list of certificates.
+constexpr std::uint64_t kMaxCertificateFileSize = 16 * 1024 * 1024;
+
 struct PemEntriesDeleter {
     void operator()(STACK_OF(X509_INFO) * entries) const noexcept {
         sk_X509_INFO_pop_free(entries, X509_INFO_free);
@@ -46,7 +49,7 @@ bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
 bool addCertificateFile(X509_STORE* store, const std::string& path, const Platform& platform) {
     const std::unique_ptr<InputFile> file = platform.openInputFile(path);
     std::vector<char> pem;
-    return file && readWhole(*file, pem) && addCertificates(store, pem);
+    return file && readWhole(*file, pem, kMaxCertificateFileSize) && addCertificates(store, pem);
 }
 
 } // namespace

@@ -196,12 +196,13 @@ TEST_F(LoadToggleDocument, LeavesNoDecryptedTextInFreedMemory) {
     const std::string signedDocument = test::kSignedDocument;
     const std::string ofDocument = document.substr(document.find("\"features"));
     const std::string ofSignature = signedDocument.substr(signedDocument.size() - 40);
-    for (const std::string& text : {ofDocument, ofSignature}) {
+    const std::string ofParsedDocument = "systemId";
+    for (const std::string& text : {ofDocument, ofSignature, ofParsedDocument}) {
         const test::FreedMemoryWatch watch(text);
         EXPECT_NE(loadToggleDocument(record, "System", platform.services()), nullptr);
         EXPECT_EQ(record.error, "");
-        EXPECT_EQ(watch.sightings(), 0);
         record.document.reset();
+        EXPECT_EQ(watch.sightings(), 0);
     }
 
     // A failing signature check and memory that runs out leave nothing either.
@@ -230,10 +231,26 @@ TEST_F(LoadToggleDocument, LeavesNoDecryptedTextInFreedMemory) {
     EXPECT_EQ(watch.sightings(), 0);
 }
 
+TEST_F(LoadToggleDocument, LeavesNothingOfAParsedDocumentThatItRefuses) {
+    initializeCryptoLibrary();
+    file().bytes = test::kEncryptedDocumentOfAnother;
+    record.type = KLB_ToggleFileType_Unsupported;
+    record.skipSignatureCheck = true;
+    const test::FreedMemoryWatch watch("systemId");
+    EXPECT_EQ(loadToggleDocument(record, "System", platform.services()), nullptr);
+    EXPECT_EQ(record.error, "ErrorSystemIdDoesNotMatch");
+    EXPECT_EQ(watch.sightings(), 0);
+}
+
 TEST_F(LoadToggleDocument, TheWatchOverFreedMemorySeesATextThatIsNotCleansed) {
     const test::FreedMemoryWatch watch("a text that stays in memory");
     { const std::string text = "a text that stays in memory"; }
     EXPECT_EQ(watch.sightings(), 1);
+    JsonAllocator allocator;
+    void* block = allocator.Malloc(100);
+    std::strcpy(static_cast<char*>(block), "a text that stays in memory");
+    JsonAllocator::Free(block);
+    EXPECT_EQ(watch.sightings(), 2);
 }
 
 } // namespace

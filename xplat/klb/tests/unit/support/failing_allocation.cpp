@@ -10,8 +10,10 @@
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
+void __real_free(void* block);
 void* __wrap_malloc(std::size_t size);
 void* __wrap_realloc(void* block, std::size_t size);
+void __wrap_free(void* block);
 }
 
 namespace {
@@ -36,6 +38,7 @@ struct Countdown {
 
 std::string_view watchedText;
 int watchedTextSightings = 0;
+bool watchesCrypto = false;
 
 std::size_t sizeOf(void* block) noexcept {
 #if defined(_WIN32)
@@ -66,7 +69,11 @@ Countdown ofLibrary;
 Countdown ofCrypto;
 
 void* cryptoMalloc(std::size_t size, const char*, int) {
-    return ofCrypto.mustFail() ? nullptr : __real_malloc(size);
+    void* block = ofCrypto.mustFail() ? nullptr : __real_malloc(size);
+    if (block != nullptr) {
+        clearNew(block);
+    }
+    return block;
 }
 
 void* cryptoRealloc(void* block, std::size_t size, const char*, int) {
@@ -74,7 +81,10 @@ void* cryptoRealloc(void* block, std::size_t size, const char*, int) {
 }
 
 void cryptoFree(void* block, const char*, int) {
-    std::free(block);
+    if (watchesCrypto) {
+        lookAt(block);
+    }
+    __real_free(block);
 }
 
 // The crypto library takes other functions only before its first allocation.
@@ -109,13 +119,15 @@ bool FailingCryptoAllocation::happened() const noexcept {
     return ofCrypto.failed;
 }
 
-FreedMemoryWatch::FreedMemoryWatch(std::string_view text) noexcept {
+FreedMemoryWatch::FreedMemoryWatch(std::string_view text, WatchedMemory memory) noexcept {
     watchedText = text;
+    watchesCrypto = memory == WatchedMemory::OfCryptoLibraryToo;
     watchedTextSightings = 0;
 }
 
 FreedMemoryWatch::~FreedMemoryWatch() {
     watchedText = {};
+    watchesCrypto = false;
 }
 
 int FreedMemoryWatch::sightings() const noexcept {
@@ -125,11 +137,20 @@ int FreedMemoryWatch::sightings() const noexcept {
 } // namespace klb::test
 
 void* __wrap_malloc(std::size_t size) {
-    return ofLibrary.mustFail() ? nullptr : __real_malloc(size);
+    void* block = ofLibrary.mustFail() ? nullptr : __real_malloc(size);
+    if (block != nullptr) {
+        clearNew(block);
+    }
+    return block;
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
     return ofLibrary.mustFail() ? nullptr : __real_realloc(block, size);
+}
+
+void __wrap_free(void* block) {
+    lookAt(block);
+    __real_free(block);
 }
 
 void* operator new(std::size_t size) {
@@ -143,10 +164,10 @@ void* operator new(std::size_t size) {
 
 void operator delete(void* block) noexcept {
     lookAt(block);
-    std::free(block);
+    __real_free(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept {
     lookAt(block);
-    std::free(block);
+    __real_free(block);
 }

@@ -31,10 +31,13 @@ public:
     bool happened() const noexcept;
 };
 
-/// Looks for a text in every block that operator delete gets.
+enum class WatchedMemory { OfLibrary, OfCryptoLibraryToo };
+
+/// Looks for a text in every block that the library gives back, through operator delete or free.
 class FreedMemoryWatch {
 public:
-    explicit FreedMemoryWatch(std::string_view text) noexcept;
+    explicit FreedMemoryWatch(std::string_view text,
+                              WatchedMemory memory = WatchedMemory::OfLibrary) noexcept;
     ~FreedMemoryWatch();
     FreedMemoryWatch(const FreedMemoryWatch&) = delete;
     FreedMemoryWatch& operator=(const FreedMemoryWatch&) = delete;

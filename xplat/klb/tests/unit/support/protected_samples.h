@@ -15,6 +15,11 @@ constexpr const char* kEncryptedDocument =
     "U2FsdGVkX18FTDgnGj+KfiArJ8f1XTHmMw/dz4wbQXO4Q/b2oEzQ628+EfkCfzol\n"
     "Bw6JthIMi0OqzJ+zJDKYeV29QnyXuK8GhI3T2Ob7q1M=\n";
 
+/// A document made for the system identifier "Other" inside, encrypted for "System".
+constexpr const char* kEncryptedDocumentOfAnother =
+    "U2FsdGVkX19sZPbrV4OsJtwfoPZZItfZP1huSXeFmfaAT9KVjb6YPkh0QPSgf+5D\n"
+    "/SSr4zijR1C/m/l6CPK89VYZDF3E8eBcpI2O8eVsWms=\n";
+
 /// The document, signed.
 constexpr const char* kSignedDocument =
     "MIME-Version: 1.0\n"
