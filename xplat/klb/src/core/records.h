@@ -45,6 +45,13 @@ struct ToggleFileRecord {
     std::vector<ToggleRecord*> toggles;
 };
 
+/// A text that the host added to a toggle.
+struct ToggleProperty {
+    /// One of the library's constants.
+    std::string_view name;
+    std::string value;
+};
+
 /// One toggle.
 struct ToggleRecord {
     std::string key;
@@ -57,6 +64,8 @@ struct ToggleRecord {
     bool isDynamic = false;
     /// The record of the token that the toggle was registered with.
     ToggleFileRecord* file = nullptr;
+    /// Each name at most once.
+    std::vector<ToggleProperty> addedProperties;
 
     bool value() const noexcept {
         return differs ? currentValue : defaultValue;

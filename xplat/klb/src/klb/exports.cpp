@@ -134,17 +134,21 @@ void KLB_SetDynamicToggle(const char* toggleKey, bool value) {
     }
 }
 
-void KLB_AddToggleComment(const char*, const char*) {
+void KLB_AddToggleComment(const char* toggleKey, const char* comment) {
     const LockedManager manager;
-    manager.orReport("KLB_AddToggleComment: KLB_Init must be called first.");
+    if (manager.orReport("KLB_AddToggleComment: KLB_Init must be called first.")) {
+        manager->addToggleComment(toggleKey, comment);
+    }
 }
 
-unsigned long long KLB_GetOverrideInfoString(char*, unsigned long long) {
+unsigned long long KLB_GetOverrideInfoString(char* buffer, unsigned long long bufferSize) {
     const LockedManager manager;
-    return 0;
+    return manager ? manager->getOverrideInfoString(buffer, bufferSize) : 0;
 }
 
-unsigned long long KLB_GetDefaultToggleJson(const char*, const char*, char*, unsigned long long) {
+unsigned long long KLB_GetDefaultToggleJson(const char* moduleName, const char* moduleVersion,
+                                            char* buffer, unsigned long long bufferSize) {
     const LockedManager manager;
-    return 0;
+    return manager ? manager->buildDefaultToggleJson(moduleName, moduleVersion, buffer, bufferSize)
+                   : 0;
 }

@@ -1,8 +1,11 @@
 #include "klb/manager.h"
 
+#include "documents/default_toggle_report.h"
 #include "registry/toggle_files.h"
+#include "registry/toggle_properties.h"
 #include "trust/certificate.h"
 #include "trust/crypto_library.h"
+#include "trust/override_info.h"
 #include "trust/override_path.h"
 
 #include <optional>
@@ -67,6 +70,20 @@ bool KLBMgr::getToggle(const char* key, bool dynamic) const {
 
 void KLBMgr::setDynamicToggle(const char* key, bool value) {
     klb::setDynamicToggle(registry_, key, value);
+}
+
+void KLBMgr::addToggleComment(const char* key, const char* comment) {
+    addToggleProperty(registry_, key, "KLB_ToggleComment", comment);
+}
+
+std::uint64_t KLBMgr::getOverrideInfoString(char* buffer, std::uint64_t bufferSize) const {
+    return klb::getOverrideInfoString(registry_, buffer, bufferSize);
+}
+
+std::uint64_t KLBMgr::buildDefaultToggleJson(const char* moduleName, const char* moduleVersion,
+                                             char* buffer, std::uint64_t bufferSize) {
+    return klb::buildDefaultToggleJson(registry_, reportDocument_, moduleName, moduleVersion,
+                                       buffer, bufferSize);
 }
 
 std::unique_ptr<KLBMgr> createManager(const char* systemId, bool enableOverride,

@@ -36,6 +36,10 @@ public:
     ToggleLookup lookupToggle(const char* key) const;
     bool getToggle(const char* key, bool dynamic) const;
     void setDynamicToggle(const char* key, bool value);
+    void addToggleComment(const char* key, const char* comment);
+    std::uint64_t getOverrideInfoString(char* buffer, std::uint64_t bufferSize) const;
+    std::uint64_t buildDefaultToggleJson(const char* moduleName, const char* moduleVersion,
+                                         char* buffer, std::uint64_t bufferSize);
 
     const Registry& registry() const noexcept {
         return registry_;

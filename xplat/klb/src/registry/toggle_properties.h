@@ -1,13 +1,20 @@
 #ifndef KLB_REGISTRY_TOGGLE_PROPERTIES_H
 #define KLB_REGISTRY_TOGGLE_PROPERTIES_H
 
-#include "core/records.h"
+#include "core/registry.h"
+
+#include <string_view>
 
 namespace klb {
 
-/// The toggle's properties as a JSON object, in the order in which they came to be. They are facts
-/// of the record, so they are not kept twice; names and texts are copied into the pool.
-JsonValue toggleProperties(const ToggleRecord& toggle, JsonPool& pool);
+// Names of properties are constants of the library; records refer to them.
+
+/// Gives a toggle a property. The first value of a name stays: a later one is dropped silently.
+void addProperty(ToggleRecord& toggle, std::string_view name, std::string_view value);
+
+/// Gives the toggle of a key a property.
+void addToggleProperty(Registry& registry, const char* key, std::string_view name,
+                       const char* value);
 
 } // namespace klb
 

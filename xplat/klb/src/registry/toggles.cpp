@@ -4,6 +4,7 @@
 #include "core/rollback.h"
 #include "documents/document_loader.h"
 #include "documents/document_lookup.h"
+#include "registry/key_check.h"
 #include "registry/toggle_files.h"
 #include "trust/override_path.h"
 
@@ -88,24 +89,6 @@ void addToggle(Registry& registry, std::unique_ptr<ToggleRecord> created) {
     unindex.commit();
     equalise.commit();
     unlist.commit();
-}
-
-/// The argument checks that queries and changes have in common; the texts are the caller's.
-bool isQueryableKey(const char* key, const char* nullText, const char* emptyText,
-                    const char* slashText) {
-    if (key == nullptr) {
-        reportInvalidArgument(nullText);
-        return false;
-    }
-    if (*key == '\0') {
-        reportInvalidArgument(emptyText);
-        return false;
-    }
-    if (*key != '/') {
-        reportInvalidArgument(slashText);
-        return false;
-    }
-    return true;
 }
 
 } // namespace

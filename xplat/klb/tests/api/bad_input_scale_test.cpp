@@ -1,3 +1,4 @@
+#include "cpu_time.h"
 #include "error_mode.h"
 #include "library_session.h"
 #include "temp_directory.h"
@@ -6,27 +7,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <ctime>
 #include <functional>
 #include <limits>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace klb::test {
 
 namespace {
-
-/// The CPU time that this process has used so far. std::clock() would be wall time on Windows.
-double cpuSeconds() {
-    timespec used{};
-    if (clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used) != 0) {
-        throw std::system_error(errno, std::generic_category(), "clock_gettime");
-    }
-    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
-}
 
 /// The CPU time of one piece of work, which is done as often as a clock with coarse ticks needs.
 double cpuSecondsOf(const std::function<void()>& work) {

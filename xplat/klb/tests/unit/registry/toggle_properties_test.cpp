@@ -1,37 +1,69 @@
 #include "registry/toggle_properties.h"
 
+#include "core/properties.h"
+
 #include <gtest/gtest.h>
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+#include <string>
+#include <vector>
 
 namespace klb {
 namespace {
 
-std::string textOf(const JsonValue& value) {
-    rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-    value.Accept(writer);
-    return {buffer.GetString(), buffer.GetSize()};
+struct PropertyLines {
+    std::vector<std::string> lines;
+
+    void operator()(std::string_view name, bool value) {
+        lines.push_back(std::string(name) + (value ? " true" : " false"));
+    }
+    void operator()(std::string_view name, std::string_view value) {
+        lines.push_back(std::string(name) + " '" + std::string(value) + "'");
+    }
+};
+
+std::vector<std::string> propertiesOf(const ToggleRecord& toggle) {
+    PropertyLines properties;
+    visitProperties(toggle, properties);
+    return properties.lines;
 }
 
-TEST(ToggleProperties, AreTheFactsOfRegistrationInOrder) {
+class AddProperty : public testing::Test {
+protected:
+    AddProperty() {
+        file.token = "core";
+        toggle.file = &file;
+        toggle.defaultValue = true;
+        toggle.currentValue = false;
+        toggle.differs = true;
+    }
+
     ToggleFileRecord file;
-    file.token = "core \"tools\"";
     ToggleRecord toggle;
-    toggle.file = &file;
-    toggle.defaultValue = true;
-    toggle.currentValue = false;
-    toggle.differs = true;
-    JsonPool pool;
-    EXPECT_EQ(textOf(toggleProperties(toggle, pool)),
-              R"({"KLB_DefaultValue":true,"KLB_IsDynamic":false,)"
-              R"("KLB_ToggleFileToken":"core \"tools\""})");
+};
+
+TEST_F(AddProperty, ComesBehindTheFactsOfRegistration) {
+    EXPECT_EQ(propertiesOf(toggle),
+              (std::vector<std::string>{"KLB_DefaultValue true", "KLB_IsDynamic false",
+                                        "KLB_ToggleFileToken 'core'"}));
     toggle.isDynamic = true;
     toggle.defaultValue = false;
-    EXPECT_EQ(textOf(toggleProperties(toggle, pool)),
-              R"({"KLB_DefaultValue":false,"KLB_IsDynamic":true,)"
-              R"("KLB_ToggleFileToken":"core \"tools\""})");
+    addProperty(toggle, "b", "1");
+    addProperty(toggle, "a", "");
+    EXPECT_EQ(propertiesOf(toggle),
+              (std::vector<std::string>{"KLB_DefaultValue false", "KLB_IsDynamic true",
+                                        "KLB_ToggleFileToken 'core'", "b '1'", "a ''"}));
+}
+
+TEST_F(AddProperty, FirstValueStays) {
+    for (const char* name :
+         {"a", "a", "KLB_DefaultValue", "KLB_IsDynamic", "KLB_ToggleFileToken"}) {
+        EXPECT_EQ(hasProperty(toggle, name),
+                  std::string_view(name) != "a" || !toggle.addedProperties.empty());
+        addProperty(toggle, name, toggle.addedProperties.empty() ? "first" : "later");
+    }
+    EXPECT_EQ(propertiesOf(toggle),
+              (std::vector<std::string>{"KLB_DefaultValue true", "KLB_IsDynamic false",
+                                        "KLB_ToggleFileToken 'core'", "a 'first'"}));
 }
 
 } // namespace

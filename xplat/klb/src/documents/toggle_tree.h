@@ -1,0 +1,57 @@
+#ifndef KLB_DOCUMENTS_TOGGLE_TREE_H
+#define KLB_DOCUMENTS_TOGGLE_TREE_H
+
+#include "core/records.h"
+
+#include <cstddef>
+#include <deque>
+#include <string_view>
+#include <vector>
+
+namespace klb {
+
+/// The toggles as objects in objects, by the segments of their keys. Names are parts of the keys,
+/// which have to outlive the tree.
+class ToggleTree {
+public:
+    struct Node {
+        std::string_view name;
+        /// Whose properties stand in the object, before its children; null for an object that is
+        /// only on the way to others.
+        const ToggleRecord* toggle = nullptr;
+        Node* parent = nullptr;
+        Node* firstChild = nullptr;
+        Node* lastChild = nullptr;
+        Node* nextSibling = nullptr;
+    };
+
+    ToggleTree();
+
+    /// Enters a toggle whose key comes behind all keys entered so far, in the order of their
+    /// bytes. A key that does not begin with "/" has no place, nor has one that would have to go
+    /// through or to a property of another toggle.
+    void addToggleReportEntry(const ToggleRecord& toggle);
+
+    const Node& root() const noexcept {
+        return nodes_.front();
+    }
+
+private:
+    /// An object whose path is the beginning of the last key, up to `end`.
+    struct Open {
+        std::size_t end;
+        Node* node;
+    };
+
+    Node& add(Node& parent, std::string_view name);
+
+    std::deque<Node> nodes_;
+    std::string_view lastKey_;
+    /// From the shortest path to the longest. Not every one of them leads to the last key: /a is
+    /// still open behind /a-b, since /a/b follows.
+    std::vector<Open> open_;
+};
+
+} // namespace klb
+
+#endif

@@ -1,0 +1,141 @@
+#include "documents/default_toggle_report.h"
+
+#include "cpu_time.h"
+#include "documents/json_text.h"
+#include "registry/toggle_files.h"
+#include "registry/toggle_properties.h"
+#include "registry/toggles.h"
+#include "support/fake_platform.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include <rapidjson/prettywriter.h>
+
+namespace klb {
+namespace {
+
+class BuildDefaultToggleJson : public testing::Test {
+protected:
+    BuildDefaultToggleJson() {
+        registry.platform = &platform.services();
+        platform.files["C:\\core.json"].bytes = R"({"features":{}})";
+        registerToggleFile(registry, KLB_ToggleFileType_Supported, "core", "C:\\core.json");
+    }
+
+    void add(const std::string& key) {
+        registerToggle(registry, key.c_str(), false, "core", false);
+    }
+
+    std::uint64_t build() {
+        return buildDefaultToggleJson(registry, report, "module", "1.0", nullptr, 0);
+    }
+
+    test::FakePlatform platform;
+    Registry registry;
+    JsonDocument report;
+};
+
+TEST_F(BuildDefaultToggleJson, AddsWhatTheDocumentHoldsToThePool) {
+    for (int i = 0; i < 1000; ++i) {
+        add("/group" + std::to_string(i % 10) + "/a long name of a feature " + std::to_string(i));
+    }
+    addToggleProperty(registry, "/group1/a long name of a feature 1", "KLB_ToggleComment",
+                      "a comment that is long enough to need memory");
+    std::size_t before = 0;
+    for (int call = 0; call < 3; ++call) {
+        build();
+        const std::size_t grown = report.GetAllocator().Size() - before;
+        before += grown;
+        JsonDocument copy;
+        copy.CopyFrom(report, copy.GetAllocator());
+        EXPECT_EQ(grown, copy.GetAllocator().Size());
+    }
+    // Everything is in use: the pool takes memory by chunks and gives none back.
+    EXPECT_LT(report.GetAllocator().Capacity() - before, 3U * 64 * 1024);
+}
+
+TEST_F(BuildDefaultToggleJson, StartsAnewAfterAFailure) {
+    add("/a");
+    const std::uint64_t size = build();
+    std::string key;
+    for (int level = 0; level < 20'000; ++level) {
+        key += "/b";
+    }
+    add(key);
+    EXPECT_THROW(build(), std::length_error);
+    EXPECT_THROW(build(), std::length_error);
+    registry.togglesByKey.erase(key);
+    EXPECT_EQ(build(), size);
+}
+
+double cpuSecondsOf(const std::function<void()>& work) {
+    const double start = test::cpuSeconds();
+    work();
+    return test::cpuSeconds() - start;
+}
+
+class ReportOfManyToggles : public BuildDefaultToggleJson {
+protected:
+    static constexpr int kToggles = 100'000;
+
+    /// The measure is RapidJSON's own writing of the finished document.
+    void expectCheapCalls() {
+        constexpr int kRounds = 5;
+        double call = std::numeric_limits<double>::infinity();
+        double nextCall = std::numeric_limits<double>::infinity();
+        double writing = std::numeric_limits<double>::infinity();
+        // A busy machine makes CPU time longer and never shorter: the least counts, and one round
+        // is enough as a rule.
+        for (int round = 0; round < kRounds; ++round) {
+            std::uint64_t size = 0;
+            call = std::min(call, cpuSecondsOf([&] { size = build(); }));
+            nextCall = std::min(nextCall, cpuSecondsOf([&] { size = build(); }));
+            writing = std::min(writing, cpuSecondsOf([&] {
+                                   JsonText text;
+                                   rapidjson::PrettyWriter<JsonText> writer(text);
+                                   report.Accept(writer);
+                                   EXPECT_EQ(text.GetSize() + 1, size);
+                               }));
+            if (call <= 3 * writing && nextCall <= 1.2 * call) {
+                return;
+            }
+        }
+        ADD_FAILURE() << "a call took " << call << " s, the next one " << nextCall
+                      << " s, the writing alone " << writing << " s";
+    }
+};
+
+TEST_F(ReportOfManyToggles, InOneGroupCostsAtMostThriceItsWriting) {
+    for (int i = 0; i < kToggles; ++i) {
+        add("/group/feature" + std::to_string(i));
+    }
+    expectCheapCalls();
+}
+
+TEST_F(ReportOfManyToggles, InAThousandGroupsCostsAtMostThriceItsWriting) {
+    for (int i = 0; i < kToggles; ++i) {
+        add("/group" + std::to_string(i % 1000) + "/feature" + std::to_string(i));
+    }
+    expectCheapCalls();
+}
+
+TEST_F(ReportOfManyToggles, InChainsCostsAtMostThriceItsWriting) {
+    constexpr int kLevels = 200;
+    for (int chain = 0; chain < kToggles / kLevels; ++chain) {
+        std::string key;
+        for (int level = 0; level < kLevels; ++level) {
+            key += "/c" + std::to_string(chain);
+            add(key);
+        }
+    }
+    expectCheapCalls();
+}
+
+} // namespace
+} // namespace klb
