@@ -36,9 +36,27 @@
 /// the call: it copies what it needs.
 ///
 /// \par Report buffers
-/// KLB_GetDefaultToggleJson() and KLB_GetOverrideInfoString() return a count of bytes that includes
-/// the terminating NUL. Called with a null buffer they return the size needed; called with a
-/// shorter buffer they fill it with a cut text that still ends in NUL.
+/// KLB_GetDefaultToggleJson() and KLB_GetOverrideInfoString() write their text into a buffer of the
+/// host. N is the size that the whole text needs, its terminating NUL included:
+///
+/// | buffer                  | result      | written                                       |
+/// |-------------------------|-------------|-----------------------------------------------|
+/// | null                    | N           | nothing                                       |
+/// | of N bytes or more      | N           | the text and its NUL, N bytes                 |
+/// | of fewer than N bytes   | its size    | the beginning of the text, the last byte NUL  |
+/// | of 0 bytes              | 0           | nothing                                       |
+///
+/// An override information without any line is no text at all: N is 0, and no buffer is touched.
+/// A host asks twice, here for a std::string without the NUL:
+/// \code
+/// unsigned long long size = KLB_GetDefaultToggleJson("Editor", "2.1", nullptr, 0);
+/// std::string text(size, '\0');
+/// size = KLB_GetDefaultToggleJson("Editor", "2.1", &text[0], text.size());
+/// text.resize(size == 0 ? 0 : size - 1);
+/// \endcode
+/// Both calls do the whole work. The library keeps the memory of each JSON document that it built,
+/// some 150 bytes for each toggle and each call, until KLB_Term(): make reports when somebody asks
+/// for them, not on a timer.
 
 #ifndef KLB_H
 #define KLB_H
@@ -346,36 +364,85 @@ KLB_API bool KLB_GetDynamicToggle(const char* toggleKey);
 /// Any.
 KLB_API void KLB_SetDynamicToggle(const char* toggleKey, bool value);
 
-/// Adds a comment to a registered toggle, shown by KLB_GetDefaultToggleJson().
+/// Adds a comment to a registered toggle, shown by KLB_GetDefaultToggleJson(). A toggle has one
+/// comment: the first stays, and a later one is dropped without a message.
 ///
-/// \param toggleKey The key of a static or dynamic toggle.
-/// \param comment The text. Copied.
+/// \param toggleKey The key of a static or dynamic toggle. Must not be null, and must begin with
+///     "/".
+/// \param comment The text, any bytes up to its NUL. Must not be null; may be empty. Copied.
 /// \par Before KLB_Init
 /// "KLB_AddToggleComment: KLB_Init must be called first." (std::domain_error).
+/// \par Errors
+/// In this order; the toggle stays as it was:
+/// "addToggleProperty: toggleKey cannot be NULL.",
+/// "addToggleProperty: key cannot be an empty string.",
+/// "addToggleProperty: key must start with '/' character.",
+/// "addToggleProperty: propertyValue cannot be NULL." (std::invalid_argument);
+/// "addToggleProperty: key, <key>, was not registered. Please call RegisterToggle first."
+/// (std::domain_error).
 /// \par Threads
 /// Any.
 KLB_API void KLB_AddToggleComment(const char* toggleKey, const char* comment);
 
-/// Lists the toggles whose values differ from their defaults, and the files that set them.
+/// Lists the toggles that a toggle file or the override file set to another value than their
+/// default, by file: a line "token : path" for each such file, in the order of the tokens' bytes,
+/// and below it a line "key : true" or "key : false" for each of its toggles, in the order of the
+/// keys' bytes, with the value of now. In front stands "DeviceID : " with this computer's device
+/// identifier, if KLB_Init() took the system identifier from it. Each line ends with a line feed;
+/// nothing is escaped. A dynamic toggle that only the host changed is not listed.
 ///
 /// \param buffer Receives the text; null to ask for the size.
 /// \param bufferSize The size of the buffer in bytes.
-/// \return A count of bytes, terminating NUL included.
+/// \return A count of bytes, terminating NUL included; see the report buffers above. 0 when there
+/// is
+///     nothing to list.
 /// \par Before KLB_Init
 /// 0, without a message; the buffer is not touched.
+/// \par Errors
+/// None of its own.
 /// \par Threads
 /// Any.
 KLB_API unsigned long long KLB_GetOverrideInfoString(char* buffer, unsigned long long bufferSize);
 
-/// Describes all registered toggle files and toggles with their defaults as a JSON document.
+/// Describes all registered toggle files and toggles with their defaults as a JSON document,
+/// indented by 4 spaces for each level:
+/// \code
+/// {
+///     "KLB_ModuleName": "Editor",
+///     "KLB_ModuleVersion": "2.1",
+///     "KLB_ToggleFiles": {
+///         "editor": {
+///             "KLB_ToggleFileType": "KLB_SupportedFeatures",
+///             "KLB_ToggleFile": "editor_toggles.json"
+///         }
+///     },
+///     "KLB_Toggles": {
+///         "editor": {
+///             "fastPath": {
+///                 "KLB_DefaultValue": false,
+///                 "KLB_IsDynamic": true,
+///                 "KLB_ToggleFileToken": "editor",
+///                 "KLB_ToggleComment": "since 2.0"
+///             }
+///         }
+///     }
+/// }
+/// \endcode
+/// Toggle files stand in the order of their registration, without the override file; toggles in the
+/// order of their keys' bytes, as objects in objects by the segments of their keys. Left out is a
+/// toggle whose key does not begin with "/" or has the name of another toggle's property as a
+/// segment below that toggle.
 ///
 /// \param moduleName The name of the asking module, or null to leave it out.
 /// \param moduleVersion The version of the asking module, or null to leave it out.
 /// \param buffer Receives the text; null to ask for the size.
 /// \param bufferSize The size of the buffer in bytes.
-/// \return A count of bytes, terminating NUL included.
+/// \return A count of bytes, terminating NUL included; see the report buffers above.
 /// \par Before KLB_Init
 /// 0, without a message; the buffer is not touched.
+/// \par Errors
+/// std::length_error for a text beyond 1 GiB, with or without a callback. The indentation of a key
+/// grows with the square of the number of its segments.
 /// \par Threads
 /// Any.
 KLB_API unsigned long long KLB_GetDefaultToggleJson(const char* moduleName,

@@ -1,6 +1,7 @@
 /// \file main.cpp
 /// A small host: Meridian, an editor for maps. It starts the toggle library from a directory of
-/// configuration files and shows the values that its toggles got, and what the library had to say.
+/// configuration files and shows the values that its toggles got and from where, what the library
+/// had to say, and its two reports.
 
 #include "klb.h"
 
@@ -10,8 +11,13 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <iomanip>
 #include <iostream>
+#include <map>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -134,6 +140,8 @@ void registerAll(const fs::path& configuration) {
             toggle.kind == Kind::Dynamic ? &KLB_RegisterDynamicToggle : &KLB_RegisterToggle;
         registerToggle(toggle.key, toggle.defaultValue, toggle.token);
     }
+    KLB_AddToggleComment("/map/vectorTiles", "Needs a graphics card with 2 GB.");
+    KLB_AddToggleComment(kLiveTraffic, "Follows the user's setting.");
 }
 
 bool currentValue(const Toggle& toggle) {
@@ -143,6 +151,54 @@ bool currentValue(const Toggle& toggle) {
 
 const char* onOrOff(bool value) {
     return value ? "on" : "off";
+}
+
+using Report = std::function<unsigned long long(char* buffer, unsigned long long size)>;
+
+/// The whole text of a report: the first call asks for its size, the second for the text.
+std::string textOf(const Report& report) {
+    const unsigned long long size = report(nullptr, 0);
+    std::string text(static_cast<std::size_t>(size), '\0');
+    const unsigned long long written = report(text.data(), size);
+    // The count includes the NUL; an empty override information counts nothing.
+    text.resize(written == 0 ? 0 : static_cast<std::size_t>(written) - 1);
+    return text;
+}
+
+std::string overrideInfo() {
+    return textOf(&KLB_GetOverrideInfoString);
+}
+
+std::string defaultToggleJson() {
+    return textOf([](char* buffer, unsigned long long size) {
+        return KLB_GetDefaultToggleJson("Meridian", "4.2", buffer, size);
+    });
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+/// The name of the file that set each toggle, by key. In the override information a line for a
+/// file, "token : path", comes before the lines for its toggles, "key : value".
+std::map<std::string, std::string> settingFiles() {
+    constexpr std::string_view kSeparator = " : ";
+    std::map<std::string, std::string> files;
+    std::string file;
+    for (const std::string& line : linesOf(overrideInfo())) {
+        if (line.front() == '/') {
+            files[line.substr(0, line.find(kSeparator))] = file;
+        } else {
+            const std::string path = line.substr(line.find(kSeparator) + kSeparator.size());
+            file = path.substr(path.find_last_of("/\\") + 1);
+        }
+    }
+    return files;
 }
 
 /// The first segment of a key, which names the part of the product.
@@ -160,14 +216,19 @@ public:
     }
 
     void printLine(std::string_view mark, std::string_view key, std::string_view defaultValue,
-                   std::string_view value, std::string_view kind) const {
+                   std::string_view value, std::string_view kind, std::string_view file) const {
         std::cout << std::left << std::setw(2) << mark << std::setw(width(keyWidth_)) << key
-                  << std::setw(9) << defaultValue << std::setw(7) << value << kind << '\n';
+                  << std::setw(9) << defaultValue << std::setw(7) << value;
+        if (file.empty()) {
+            std::cout << kind << '\n';
+        } else {
+            std::cout << std::setw(9) << kind << file << '\n';
+        }
     }
 
     void printHeading() const {
-        printLine("", "Toggle", "Default", "Value", "Kind");
-        printLine("", std::string(keyWidth_, '-'), "-------", "-----", "-------");
+        printLine("", "Toggle", "Default", "Value", "Kind", "Set by");
+        printLine("", std::string(keyWidth_, '-'), "-------", "-----", "-------", "------");
     }
 
 private:
@@ -188,6 +249,7 @@ void printToggleFiles() {
 }
 
 void printToggles() {
+    std::map<std::string, std::string> files = settingFiles();
     const Table table;
     table.printHeading();
     std::string_view group = groupOf(kToggles.front().key);
@@ -199,7 +261,7 @@ void printToggles() {
         const bool value = currentValue(toggle);
         table.printLine(value != toggle.defaultValue ? "*" : "", toggle.key,
                         onOrOff(toggle.defaultValue), onOrOff(value),
-                        toggle.kind == Kind::Dynamic ? "dynamic" : "static");
+                        toggle.kind == Kind::Dynamic ? "dynamic" : "static", files[toggle.key]);
     }
     std::cout << "\n* The value differs from the default.\n";
 }
@@ -238,7 +300,34 @@ void printMessages() {
     }
 }
 
-void run(const fs::path& configuration) {
+void printOverrideInfo() {
+    std::cout << "\nOverride information\n\n";
+    for (const std::string& line : linesOf(overrideInfo())) {
+        std::cout << (line.front() == '/' ? "    " : "  ") << line << '\n';
+    }
+}
+
+/// Prints the beginning of the JSON report and writes the whole of it to a file.
+void printDefaultToggleJson(const fs::path& file) {
+    constexpr std::size_t kShown = 34;
+    const std::string json = defaultToggleJson();
+    const std::vector<std::string> lines = linesOf(json);
+    std::cout << "\nToggles and their defaults\n\n";
+    for (std::size_t i = 0; i < std::min(kShown, lines.size()); ++i) {
+        std::cout << "  " << lines[i] << '\n';
+    }
+    if (lines.size() > kShown) {
+        std::cout << "  ... and " << lines.size() - kShown << " lines more\n";
+    }
+
+    std::ofstream stream(file, std::ios::binary);
+    if (!(stream << json).flush()) {
+        throw std::runtime_error("cannot write " + toUtf8(file));
+    }
+    std::cout << "\nThe whole report is in " << toUtf8(file) << '\n';
+}
+
+void run(const fs::path& configuration, const fs::path& reportFile) {
     const LibrarySession session;
     registerAll(configuration);
 
@@ -248,6 +337,8 @@ void run(const fs::path& configuration) {
     printToggles();
     printSessionAtWork();
     printMessages();
+    printOverrideInfo();
+    printDefaultToggleJson(reportFile);
 }
 
 /// The library wants whole paths, and on Windows backslashes.
@@ -257,12 +348,13 @@ fs::path wholePath(const fs::path& path) {
 
 template <class Character>
 int hostMain(int argc, Character** argv) {
-    if (argc != 2) {
+    if (argc != 3) {
         std::cerr
-            << "usage: klb_sample_host DIRECTORY\n"
+            << "usage: klb_sample_host DIRECTORY REPORT\n"
                "Shows the feature toggles of a sample product. DIRECTORY holds its\n"
                "configuration: the toggle files, the certificate of those who sign protected\n"
-               "ones, and the override file.\n";
+               "ones, and the override file. REPORT is the file that the JSON report is\n"
+               "written to.\n";
         return kUsageError;
     }
     try {
@@ -271,7 +363,7 @@ int hostMain(int argc, Character** argv) {
             std::cerr << "klb_sample_host: not a directory: " << toUtf8(configuration) << '\n';
             return kUsageError;
         }
-        run(configuration);
+        run(configuration, wholePath(argv[2]));
     } catch (const std::exception& error) {
         std::cerr << "klb_sample_host: " << error.what() << '\n';
         return EXIT_FAILURE;
