@@ -1,5 +1,6 @@
 #include "error_mode.h"
 #include "library_session.h"
+#include "report_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -67,15 +68,6 @@ std::string reportOf(int segments) {
     }
     // The token that only the toggle named is no toggle file, but it is known.
     return text.insert(text.find("    \"KLB_Toggles\""), "    \"KLB_ToggleFiles\": {},\n");
-}
-
-std::string defaultToggleJson() {
-    const unsigned long long size = KLB_GetDefaultToggleJson(nullptr, nullptr, nullptr, 0);
-    std::string text(static_cast<std::size_t>(size), '#');
-    EXPECT_EQ(KLB_GetDefaultToggleJson(nullptr, nullptr, text.data(), size), size);
-    EXPECT_EQ(text.back(), '\0');
-    text.pop_back();
-    return text;
 }
 
 TEST(DeepKey, OfTwoThousandSegmentsNeedsNoStack) {

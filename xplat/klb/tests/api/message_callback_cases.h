@@ -222,6 +222,18 @@ inline std::vector<ErrorCase> errorsAfterInit(const TempDirectory& directory) {
          domain,
          "setDynamicToggle: key was not registered as a mutable so it cannot be changed after "
          "initialization."},
+        {"comment without key", true, nullptr, [] { KLB_AddToggleComment(nullptr, "text"); },
+         invalid, "addToggleProperty: toggleKey cannot be NULL."},
+        {"comment for an empty key", true, nullptr, [] { KLB_AddToggleComment("", "text"); },
+         invalid, "addToggleProperty: key cannot be an empty string."},
+        {"comment for a key without slash", true, nullptr,
+         [] { KLB_AddToggleComment("a", "text"); }, invalid,
+         "addToggleProperty: key must start with '/' character."},
+        {"null comment", true, toggle, [] { KLB_AddToggleComment("/static", nullptr); }, invalid,
+         "addToggleProperty: propertyValue cannot be NULL."},
+        {"comment for an unknown key", true, nullptr, [] { KLB_AddToggleComment("/a", "text"); },
+         domain,
+         "addToggleProperty: key, /a, was not registered. Please call RegisterToggle first."},
     };
 }
 

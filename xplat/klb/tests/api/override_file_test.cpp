@@ -1,6 +1,7 @@
 #include "error_mode.h"
 #include "library_session.h"
 #include "lock_probe.h"
+#include "sessions.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
 
@@ -14,15 +15,6 @@
 namespace klb::test {
 
 namespace {
-
-/// The library with overrides enabled, and the override file looked for in a test's directory.
-struct OverridingSession {
-    explicit OverridingSession(const TempDirectory& directory) {
-        KLB_SetOverridePath(directory.path().c_str());
-    }
-
-    LibrarySession library{"TestSystem", true};
-};
 
 /// A member "a" of that value, or none.
 std::string member(std::optional<bool> value) {

@@ -2,6 +2,7 @@
 #include "klb.h"
 #include "library_session.h"
 #include "scoped_environment.h"
+#include "sessions.h"
 #include "temp_directory.h"
 #include "toggle_helpers.h"
 
@@ -14,27 +15,6 @@ namespace klb::test {
 namespace {
 
 const std::string kOn = R"("features":{"a":true,"b":true})";
-
-/// Makes PROGRAMDATA a temporary directory, so that the support directory is inside it.
-class SupportDirectory {
-public:
-    SupportDirectory() : programData_("PROGRAMDATA", root_.path()) {
-        root_.makeDirectory("Mosk/Support");
-    }
-    std::string path() const {
-        return root_.pathOf("Mosk/Support") + kSeparator;
-    }
-    void write(const std::string& name, const std::string& bytes) const {
-        root_.write("Mosk/Support/" + name, bytes);
-    }
-    void makeDirectory(const std::string& name) const {
-        root_.makeDirectory("Mosk/Support/" + name);
-    }
-
-private:
-    TempDirectory root_;
-    ScopedEnvironment programData_;
-};
 
 TEST(RegisterToggleFileNames, AreCompletedOrKept) {
     struct Case {

@@ -5,6 +5,7 @@
 #include "registry/toggle_files.h"
 #include "registry/toggle_properties.h"
 #include "registry/toggles.h"
+#include "support/failing_allocation.h"
 #include "support/fake_platform.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <functional>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -72,6 +74,31 @@ TEST_F(BuildDefaultToggleJson, StartsAnewAfterAFailure) {
     EXPECT_THROW(build(), std::length_error);
     registry.togglesByKey.erase(key);
     EXPECT_EQ(build(), size);
+}
+
+TEST_F(BuildDefaultToggleJson, SurvivesEveryFailedAllocation) {
+    add("/group/a");
+    add("/group/a/b");
+    addToggleProperty(registry, "/group/a", "KLB_ToggleComment", std::string(1000, 'x').c_str());
+    const std::uint64_t size = build();
+    for (std::size_t n = 1;; ++n) {
+        SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
+        report = JsonDocument();
+        bool happened = false;
+        {
+            const test::FailingAllocation failure(n);
+            try {
+                EXPECT_EQ(build(), size);
+            } catch (const std::bad_alloc&) {
+            }
+            happened = failure.happened();
+        }
+        EXPECT_EQ(build(), size);
+        if (!happened) {
+            EXPECT_GT(n, 10U);
+            break;
+        }
+    }
 }
 
 double cpuSecondsOf(const std::function<void()>& work) {
