@@ -99,6 +99,9 @@ enum KLB_ToggleFileType : int {
     KLB_ToggleFileType_Override = 0x7FFFFFFF
 };
 
+static_assert(sizeof(KLB_MessageType) == 4 && sizeof(KLB_ToggleFileType) == 4,
+              "the exported names and the callback carry 32-bit enumerations");
+
 /// A host's message callback. It is called on the thread whose call met the error, with the
 /// library's lock held; the text is valid until it returns; its result is ignored. What it throws
 /// leaves the library function that called it.
@@ -118,12 +121,14 @@ typedef int (*KLB_MessageProc)(KLB_MessageType type, const char* text);
 KLB_API void KLB_Init(const char* sysID, bool enableOverride);
 
 /// Destroys everything that was registered since KLB_Init(). The message callback stays installed,
-/// and KLB_Init() may be called again.
+/// and KLB_Init() may be called again. A manager published by KLB_InitOBX() is withdrawn first.
 ///
 /// \par Before KLB_Init
 /// Does nothing.
-/// \par Threads
-/// Any; waits for calls in progress on other threads.
+/// \par Errors
+/// A result code by which the host's component framework refuses the withdrawal is thrown as a
+/// long, as by KLB_InitOBX(); the library then stays initialised, with everything that is
+/// registered. \par Threads Any; waits for calls in progress on other threads.
 KLB_API void KLB_Term();
 
 /// Tells whether the library is initialised.
@@ -184,20 +189,28 @@ KLB_API void KLB_SetOverridePath(const char* overridePath);
 /// Any.
 KLB_API void KLB_SetCertificateData(const char* certificateData);
 
-/// Publishes the library's manager to the host's component framework.
+/// Publishes the library's manager to the host's component framework, as IKLBManager.h describes:
+/// defines its class, unless the framework knows it already, and registers it as a singleton. The
+/// library keeps the framework's identity and message sink until KLB_Term(), which withdraws the
+/// singleton; the class stays defined. A second call does nothing, also when the first one failed
+/// after it got the identity.
 ///
-/// \param pHostUnk The host's base interface. Must not be null.
+/// \param pHostUnk The host's base interface. Must not be null; used during the call only.
 /// \par Before KLB_Init
 /// "KLB_InitOBX: KLB_Init must be called first." (std::domain_error).
 /// \par Errors
 /// "KLB_InitOBX: pHostUnk must not be NULL." (std::invalid_argument).
+/// A result code by which the framework refuses a call is thrown as a long, with or without a
+/// callback; 0x80000005 stands for an interface that it answered with null. On platforms with a
+/// 64-bit long the code is sign-extended.
 /// \par Threads
-/// Any.
+/// Any. The framework is called with the library's lock held: it must not call the library.
 KLB_API void KLB_InitOBX(IOBXUnknown* pHostUnk);
 
 /// Tells whether the manager holds an interface of the host's component framework.
 ///
-/// \return False before KLB_InitOBX() and before KLB_Init(), without a message.
+/// \return True from the moment at which KLB_InitOBX() got the framework's identity, also when a
+///     later step of it failed, to KLB_Term(). False before KLB_Init(), without a message.
 /// \par Threads
 /// Any.
 KLB_API bool KLB_IsOBXInitialized();
