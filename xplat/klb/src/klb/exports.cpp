@@ -32,7 +32,10 @@ void KLB_Init(const char* sysID, bool enableOverride) {
 void KLB_Term() {
     klb::LibraryState& state = klb::libraryState();
     const std::lock_guard guard(state.lock);
-    const std::unique_ptr<klb::KLBMgr> manager(std::exchange(state.manager, nullptr));
+    if (state.manager != nullptr) {
+        state.manager->withdraw();
+        const std::unique_ptr<klb::KLBMgr> manager(std::exchange(state.manager, nullptr));
+    }
 }
 
 bool KLB_IsInitialized() {
@@ -61,9 +64,14 @@ void KLB_SetCertificateData(const char* certificateData) {
 
 void KLB_InitOBX(IOBXUnknown* pHostUnk) {
     const LockedManager manager;
-    if (manager.orReport("KLB_InitOBX: KLB_Init must be called first.") && pHostUnk == nullptr) {
-        klb::reportInvalidArgument("KLB_InitOBX: pHostUnk must not be NULL.");
+    if (!manager.orReport("KLB_InitOBX: KLB_Init must be called first.")) {
+        return;
     }
+    if (pHostUnk == nullptr) {
+        klb::reportInvalidArgument("KLB_InitOBX: pHostUnk must not be NULL.");
+        return;
+    }
+    manager->publish(*pHostUnk);
 }
 
 bool KLB_IsOBXInitialized() {

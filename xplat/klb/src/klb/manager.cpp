@@ -40,12 +40,16 @@ void KLBMgr::setCertificateData(const char* certificateData) {
     klb::setCertificateData(registry_, certificateData);
 }
 
-bool KLBMgr::isPublished() const noexcept {
-    return static_cast<bool>(hostIdentity_);
+void KLBMgr::publish(IOBXUnknown& host) {
+    publication_.publish(host, static_cast<IKLBManager&>(*this));
 }
 
-std::uint32_t KLBMgr::singletonState() const noexcept {
-    return singletonState_;
+void KLBMgr::withdraw() {
+    publication_.withdraw();
+}
+
+bool KLBMgr::isPublished() const noexcept {
+    return publication_.isPublished();
 }
 
 void KLBMgr::registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file) {

@@ -1,24 +1,27 @@
 #ifndef KLB_KLB_MANAGER_H
 #define KLB_KLB_MANAGER_H
 
-#include "obx.h"
+#include "IKLBManager.h"
 
 #include "core/json.h"
 #include "core/registry.h"
-#include "klb/host_reference.h"
+#include "klb/publication.h"
 #include "registry/toggles.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
 namespace klb {
 
 /// The one object that lives from KLB_Init to KLB_Term: it owns all state and hands each operation
-/// to the subsystem that does it. Not synchronised: the library lock guards it.
+/// to the subsystem that does it. Not synchronised: the library lock guards it. Only the operations
+/// of the component face, which the host's framework and plug-ins call, take that lock themselves.
 ///
-/// Members are destroyed from the last to the first, which is the order that teardown needs: the
-/// registry before the host's interfaces, and those before the report document.
-class KLBMgr {
+/// Reference counts do not own it: KLB_Init and KLB_Term do. Members are destroyed from the last to
+/// the first, which is the order that teardown needs: the registry before the host's interfaces,
+/// and those before the report document.
+class KLBMgr final : public IKLBManager, public IOBXSingleton {
 public:
     /// \param platform Must outlive the manager.
     KLBMgr(const char* systemId, bool enableOverride, const Platform& platform);
@@ -28,8 +31,9 @@ public:
 
     void setOverridePath(const char* overridePath);
     void setCertificateData(const char* certificateData);
+    void publish(IOBXUnknown& host);
+    void withdraw();
     bool isPublished() const noexcept;
-    std::uint32_t singletonState() const noexcept;
     void registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file);
     bool isFeatureToggleFileRegistered(const char* token) const;
     void registerToggle(const char* key, bool defaultValue, const char* token, bool isDynamic);
@@ -45,11 +49,37 @@ public:
         return registry_;
     }
 
+    // The component face.
+    OBXResult QueryInterface(const OBXGuid& iid, void** out) override;
+    std::uint32_t AddRef() override;
+    std::uint32_t Release() override;
+    OBXResult RegisterToggleFile(std::uint32_t toggleFileType, const char* toggleFileToken,
+                                 const char* toggleFile) override;
+    OBXResult RegisterToggle(const char* toggleKey, std::int32_t defaultValue,
+                             const char* toggleFileToken) override;
+    OBXResult GetToggle(const char* toggleKey, std::uint32_t* value) override;
+    OBXResult IsToggleRegistered(const char* toggleKey) override;
+    OBXResult IsToggleFileRegistered(const char* toggleFileToken) override;
+    std::uint32_t GetOverrideInfoString(char* buffer, std::uint32_t bufferSize) override;
+    OBXResult RegisterDynamicToggle(const char* toggleKey, std::int32_t defaultValue,
+                                    const char* toggleFileToken) override;
+    OBXResult GetDynamicToggle(const char* toggleKey, std::uint32_t* value) override;
+    OBXResult SetDynamicToggle(const char* toggleKey, std::int32_t value) override;
+    OBXResult IsDynamicToggleRegistered(const char* toggleKey) override;
+    std::uint32_t GetSingletonState() override;
+    OBXResult InitializeSingleton() override;
+    OBXResult FinalizeSingleton() override;
+
 private:
+    OBXResult registerToggleOfKind(const char* key, std::int32_t defaultValue, const char* token,
+                                   bool isDynamic);
+    OBXResult getToggleOfKind(const char* key, std::uint32_t* value, bool dynamic);
+    OBXResult isToggleOfKindRegistered(const char* key, bool dynamic);
+
     JsonDocument reportDocument_;
-    HostReference<IOBXUnknown> hostIdentity_;
-    HostReference<IOBXMessageSink> hostMessageSink_;
-    std::uint32_t singletonState_ = 0;
+    Publication publication_;
+    /// Belongs to the host's protocol; the library never reads it.
+    std::atomic<std::uint32_t> singletonState_ = 0;
     Registry registry_;
 };
 

@@ -26,7 +26,7 @@ TEST(CreateManager, StartsWithTheArgumentsAndNothingElse) {
     EXPECT_EQ(registry.certificateStream, nullptr);
     EXPECT_FALSE(registry.noCertificate);
     EXPECT_FALSE(manager->isPublished());
-    EXPECT_EQ(manager->singletonState(), 0U);
+    EXPECT_EQ(manager->GetSingletonState(), 0U);
 }
 
 TEST(CreateManager, AnEmptySystemIdentifierTakesTheDeviceIdentifier) {
@@ -74,6 +74,25 @@ TEST(HostReference, ReleasesOnce) {
         EXPECT_FALSE(none);
     }
     EXPECT_EQ(released, 1);
+}
+
+TEST(HostReference, MovesItsReference) {
+    int firstReleased = 0;
+    int secondReleased = 0;
+    CountingInterface first{&firstReleased};
+    CountingInterface second{&secondReleased};
+    HostReference<CountingInterface> reference(&first);
+    HostReference<CountingInterface> other(std::move(reference));
+    EXPECT_EQ(other.get(), &first);
+    reference = HostReference<CountingInterface>(&second);
+    EXPECT_EQ(reference.get(), &second);
+    EXPECT_EQ(firstReleased + secondReleased, 0);
+    reference = std::move(other);
+    EXPECT_EQ(secondReleased, 1);
+    EXPECT_EQ(reference.get(), &first);
+    reference.reset();
+    EXPECT_EQ(firstReleased, 1);
+    EXPECT_FALSE(reference);
 }
 
 } // namespace
