@@ -14,6 +14,8 @@ function(klb_configure_target target)
 
   if(MSVC)
     target_compile_options(${target} PRIVATE /W4 /utf-8 /permissive-)
+    # A condition may be a constant of the platform, or of a dependency's version.
+    target_compile_options(${target} PRIVATE /wd4127)
     # The functions that Microsoft's headers call unsafe are those of the C++ standard.
     target_compile_definitions(${target} PRIVATE _CRT_SECURE_NO_WARNINGS)
     if(KLB_WARNINGS_AS_ERRORS)
