@@ -20,7 +20,7 @@ set(expected
 if(WINDOWS)
   list(APPEND expected bin/klb.dll bin/libcrypto-3-x64.dll lib/libklb.dll.a
     share/doc/klb/OpenSSL-LICENSE.txt)
-  if("lib/klb.lib" IN_LIST installed)
+  if(MICROSOFT_LIBRARY)
     list(APPEND expected lib/klb.lib)
   endif()
   set(library "${PREFIX}/bin/klb.dll")
