@@ -1,7 +1,6 @@
 #include "plugin_file.h"
 
 #include <stdexcept>
-#include <string>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -11,10 +10,12 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+
 #if defined(_WIN32)
 
-void* load(const char* path) {
-    return LoadLibraryA(path);
+void* load(const fs::path& path) {
+    return LoadLibraryW(path.c_str());
 }
 
 void unload(void* library) {
@@ -28,8 +29,8 @@ MeridianPlugIn find(void* library) {
 
 #else
 
-void* load(const char* path) {
-    return dlopen(path, RTLD_NOW | RTLD_LOCAL);
+void* load(const fs::path& path) {
+    return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
 void unload(void* library) {
@@ -44,14 +45,16 @@ MeridianPlugIn find(void* library) {
 
 } // namespace
 
-PlugInFile::PlugInFile(const char* path) : library_(load(path)) {
+// LoadLibrary and dlopen look elsewhere for a bare name, and LoadLibrary wants backslashes.
+PlugInFile::PlugInFile(const std::filesystem::path& path)
+    : library_(load(fs::absolute(path).make_preferred())) {
     if (!library_) {
-        throw std::runtime_error(std::string("cannot load the plug-in ") + path);
+        throw std::runtime_error("cannot load the plug-in " + path.string());
     }
     entry_ = find(library_);
     if (!entry_) {
         unload(library_);
-        throw std::runtime_error(std::string("not a plug-in of this host: ") + path);
+        throw std::runtime_error("not a plug-in of this host: " + path.string());
     }
 }
 

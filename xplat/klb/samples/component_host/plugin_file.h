@@ -3,11 +3,13 @@
 
 #include "meridian.h"
 
+#include <filesystem>
+
 /// A plug-in's shared library, loaded for this object's lifetime.
 class PlugInFile {
 public:
     /// Throws std::runtime_error when the file cannot be loaded or is no plug-in.
-    explicit PlugInFile(const char* path);
+    explicit PlugInFile(const std::filesystem::path& path);
     ~PlugInFile();
     PlugInFile(const PlugInFile&) = delete;
     PlugInFile& operator=(const PlugInFile&) = delete;
