@@ -1,5 +1,5 @@
 /// \file main.cpp
-/// Meridian again, as a host with a component framework and a plug-in: it starts the toggle
+/// Meridian, as a host with a component framework and a plug-in: it starts the toggle
 /// library, publishes its manager in the framework, and lets a plug-in find it there.
 
 #include "framework.h"

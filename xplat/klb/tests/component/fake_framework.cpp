@@ -309,7 +309,11 @@ FakeFramework::FakeFramework() : objects_(std::make_unique<Objects>()) {
     objects_->host.lend();
 }
 
-FakeFramework::~FakeFramework() = default;
+FakeFramework::~FakeFramework() {
+    for (const auto& [name, count] : references()) {
+        ADD_FAILURE() << "references that were never released: " << name << ", " << count;
+    }
+}
 
 IOBXUnknown* FakeFramework::host() {
     return &objects_->host;

@@ -64,12 +64,13 @@ inline Answer exception() {
 
 /// A host's component framework that keeps account of how the library uses it.
 ///
-/// Every call is noted as "object.Operation(arguments)", identifiers by the names that textOf()'s
-/// texts have in fake_framework.cpp, or as such a text when they have none. The objects are named
+/// Every call is noted as "object.Operation(arguments)", identifiers by the names that the list in
+/// fake_framework.cpp gives them, or as their text when it does not. The objects are named
 /// host, identity, sink, components (the component registry), created and found (component
 /// definitions), registration (of definitions) and singletons (their registry). The identity is
 /// another object than the host, so that calls on the one and on the other can be told apart. A
-/// call on an object to which the caller holds no reference fails the test.
+/// call on an object to which the caller holds no reference fails the test, and so does a reference
+/// that is still held in the end.
 ///
 /// Synchronised by the library's lock, under which it is called.
 class FakeFramework {

@@ -83,6 +83,9 @@ private:
         }
         manager = queryFor<IKLBManager>(found, KLB_IID_IKLBManager);
         singleton = queryFor<IOBXSingleton>(found, KLB_IID_IOBXSingleton);
+        if (!manager || !singleton) {
+            throw std::logic_error("the manager lacks a face");
+        }
         framework.takeAllCalls();
     }
 };

@@ -216,6 +216,20 @@ TEST(InitObx, ASinkHeldFromBeforeIsReleasedBeforeTheHostIsAskedAgain) {
     EXPECT_TRUE(KLB_IsOBXInitialized());
 }
 
+TEST(InitObx, ASinkHeldFromBeforeStaysWhenTheIdentityIsRefused) {
+    FakeFramework framework;
+    const LibrarySession library;
+    framework.answer("host.QueryInterface(IOBXUnknown)", nullInterface());
+    KLB_InitOBX(framework.host());
+    framework.takeAllCalls();
+
+    framework.answer("host.QueryInterface(IOBXUnknown)", refusal(0x80004005));
+    expectThrowsCode(0x80004005, [&] { KLB_InitOBX(framework.host()); });
+    EXPECT_EQ(framework.takeAllCalls(), Calls{"host.QueryInterface(IOBXUnknown)"});
+    EXPECT_EQ(framework.references(), (References{{"sink", 1}}));
+    EXPECT_FALSE(KLB_IsOBXInitialized());
+}
+
 TEST(InitObx, CallsTheHostUnderTheLock) {
     FakeFramework framework;
     std::optional<Entrant> entrant;

@@ -134,6 +134,10 @@ TEST(RawTable, OfTheHostsInterfacesFollowsTheHeader) {
             "sink.AddRef()",
             "sink.Release()",
         }));
+
+    for (void* const each : {sink, components, created, singletons, registration}) {
+        EXPECT_EQ(callSlot<uint32_t>(each, 2), 0U);
+    }
 }
 
 /// A host whose objects are tables of plain functions. Each function notes its object, its place in
