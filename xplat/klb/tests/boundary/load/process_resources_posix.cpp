@@ -1,10 +1,12 @@
 #include "process_resources.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
 
 #if defined(KLB_SANITIZED)
-#include <sanitizer/allocator_interface.h>
+// GCC has no header for it.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #else
 #include <fstream>
 
