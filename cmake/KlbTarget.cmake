@@ -14,6 +14,10 @@ function(klb_configure_target target)
 
   if(MSVC)
     target_compile_options(${target} PRIVATE /W4 /utf-8 /permissive-)
+    # A condition may be a constant of the platform, or of a dependency's version.
+    target_compile_options(${target} PRIVATE /wd4127)
+    # The functions that Microsoft's headers call unsafe are those of the C++ standard.
+    target_compile_definitions(${target} PRIVATE _CRT_SECURE_NO_WARNINGS)
     if(KLB_WARNINGS_AS_ERRORS)
       target_compile_options(${target} PRIVATE /WX)
     endif()
@@ -112,6 +116,15 @@ function(klb_add_microsoft_import_library target)
     COMMAND "${KLB_LLVM_DLLTOOL}" -m i386:x86-64 -d "${definition}"
       -l "$<TARGET_LINKER_FILE_DIR:${target}>/klb.lib"
     VERBATIM)
+endfunction()
+
+# Gives a DLL the project's version as a resource. The resource is compiled in a target of its own:
+# the compile options of the C++ sources are none of the resource compiler's.
+function(klb_add_version_resource target)
+  set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/klb.rc.in" "${resource}" @ONLY)
+  add_library(${target}_version_resource OBJECT "${resource}")
+  target_link_libraries(${target} PRIVATE ${target}_version_resource)
 endfunction()
 
 # Puts libcrypto, as scripts/setup built it, beside a library or program of this project's own
