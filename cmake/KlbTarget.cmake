@@ -49,26 +49,73 @@ function(klb_configure_target target)
   endif()
 endfunction()
 
-# Makes the shared library export the names of exported_names.txt and nothing else.
-function(klb_limit_exports target)
+# Reads exported_names.txt: the decorated names of the exported functions, in two lists of one order.
+function(klb_read_exported_names itanium_names microsoft_names)
   set(list_file "${PROJECT_SOURCE_DIR}/cmake/exported_names.txt")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list_file}")
-  file(STRINGS "${list_file}" names REGEX "^[^#]")
-  if(MINGW)
-    list(JOIN names "\n" lines)
+  file(STRINGS "${list_file}" lines REGEX "^[^#]")
+  set(itanium ${lines})
+  list(TRANSFORM itanium REPLACE " .*" "")
+  set(microsoft ${lines})
+  list(TRANSFORM microsoft REPLACE "^[^ ]* " "")
+  set(${itanium_names} ${itanium} PARENT_SCOPE)
+  set(${microsoft_names} ${microsoft} PARENT_SCOPE)
+endfunction()
+
+# Makes the shared library export the names of exported_names.txt and nothing else.
+function(klb_limit_exports target)
+  klb_read_exported_names(itanium microsoft)
+  if(MSVC)
+    # The declarations in klb.h say dllexport; that compiler exports nothing by itself.
+    return()
+  elseif(WIN32)
+    # A second name for the same address lets hosts link that Microsoft-compatible compilers make.
+    set(lines "EXPORTS\n")
+    foreach(name alias IN ZIP_LISTS itanium microsoft)
+      string(APPEND lines "${name}\n\"${alias}\" = ${name}\n")
+    endforeach()
     set(script "${CMAKE_CURRENT_BINARY_DIR}/klb.def")
-    file(CONFIGURE OUTPUT "${script}" CONTENT "EXPORTS\n@lines@\n" @ONLY)
+    file(CONFIGURE OUTPUT "${script}" CONTENT "@lines@" @ONLY)
     target_sources(${target} PRIVATE "${script}")
-  elseif(NOT WIN32)
-    list(JOIN names ";\n" lines)
+  else()
+    list(JOIN itanium ";\n" lines)
     set(script "${CMAKE_CURRENT_BINARY_DIR}/klb.map")
     file(CONFIGURE OUTPUT "${script}" CONTENT "{\nglobal:\n@lines@;\nlocal: *;\n};\n" @ONLY)
     target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
     if(PROJECT_IS_TOP_LEVEL AND NOT KLB_SANITIZE)
       target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
-    set_target_properties(${target} PROPERTIES LINK_DEPENDS "${script}")
   endif()
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS "${script}")
+endfunction()
+
+# Adds klb.lib to a MinGW build, beside libklb.dll.a: the import library for linkers that are
+# compatible with Microsoft's. An embedded build goes without when the tool for it is missing.
+function(klb_add_microsoft_import_library target)
+  if(NOT MINGW)
+    return()
+  endif()
+  find_program(KLB_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-19 llvm-dlltool-16 llvm-dlltool-14)
+  mark_as_advanced(KLB_LLVM_DLLTOOL)
+  if(NOT KLB_LLVM_DLLTOOL)
+    if(PROJECT_IS_TOP_LEVEL)
+      message(FATAL_ERROR "llvm-dlltool, which makes klb.lib for Microsoft-compatible linkers, was "
+        "not found: run scripts/setup, or set KLB_LLVM_DLLTOOL to its path.")
+    endif()
+    message(STATUS "klb: no klb.lib for Microsoft-compatible linkers, llvm-dlltool was not found")
+    return()
+  endif()
+
+  klb_read_exported_names(itanium microsoft)
+  list(TRANSFORM microsoft REPLACE "(.+)" "\"\\1\"")
+  list(JOIN microsoft "\n" lines)
+  set(definition "${CMAKE_CURRENT_BINARY_DIR}/klb_microsoft.def")
+  file(CONFIGURE OUTPUT "${definition}" CONTENT "LIBRARY klb.dll\nEXPORTS\n@lines@\n" @ONLY)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${definition}")
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND "${KLB_LLVM_DLLTOOL}" -m i386:x86-64 -d "${definition}"
+      -l "$<TARGET_LINKER_FILE_DIR:${target}>/klb.lib"
+    VERBATIM)
 endfunction()
 
 # Gives a DLL the project's version as a resource. The resource is compiled in a target of its own:

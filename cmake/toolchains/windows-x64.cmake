@@ -31,5 +31,6 @@ set(OPENSSL_ROOT_DIR "${KLB_WINDOWS_PREFIX}" CACHE PATH "")
 # The C++ runtime goes into each module, so that klb.dll needs no other DLL than libcrypto.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
 
 set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/run-under-wine")

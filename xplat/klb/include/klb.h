@@ -219,8 +219,8 @@ KLB_API bool KLB_IsOBXInitialized();
 ///
 /// A file that does not exist, cannot be opened or is not a regular file is no error: its toggles
 /// keep their defaults. The same holds, without a message, for a plain file whose first byte is not
-/// "{"; such a file is read again whenever a toggle is registered against it. Registering the same
-/// token with the same file again does nothing.
+/// "{" and for a protected one with nothing inside; such a file is read again whenever a toggle is
+/// registered against it. Registering the same token with the same file again does nothing.
 ///
 /// \param toggleFileType The kind of file; not KLB_ToggleFileType_Invalid. The type that a token
 ///     was first registered with stays; a token first named by KLB_RegisterToggle() has the
@@ -406,9 +406,7 @@ KLB_API void KLB_AddToggleComment(const char* toggleKey, const char* comment);
 ///
 /// \param buffer Receives the text; null to ask for the size.
 /// \param bufferSize The size of the buffer in bytes.
-/// \return A count of bytes, terminating NUL included; see the report buffers above. 0 when there
-/// is
-///     nothing to list.
+/// \return A count of bytes, terminating NUL included, as above; 0 when there is nothing to list.
 /// \par Before KLB_Init
 /// 0, without a message; the buffer is not touched.
 /// \par Errors
@@ -441,10 +439,10 @@ KLB_API unsigned long long KLB_GetOverrideInfoString(char* buffer, unsigned long
 ///     }
 /// }
 /// \endcode
-/// Toggle files stand in the order of their registration, without the override file; toggles in the
-/// order of their keys' bytes, as objects in objects by the segments of their keys. Left out is a
-/// toggle whose key does not begin with "/" or has the name of another toggle's property as a
-/// segment below that toggle.
+/// Toggle files stand in the order in which their tokens became known, without the override file
+/// and without tokens that a toggle named first; toggles in the order of their keys' bytes, as
+/// objects in objects by the segments of their keys. Left out is a toggle whose key does not begin
+/// with "/" or has the name of another toggle's property as a segment below that toggle.
 ///
 /// \param moduleName The name of the asking module, or null to leave it out.
 /// \param moduleVersion The version of the asking module, or null to leave it out.

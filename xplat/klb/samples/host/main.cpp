@@ -191,11 +191,10 @@ std::map<std::string, std::string> settingFiles() {
     std::map<std::string, std::string> files;
     std::string file;
     for (const std::string& line : linesOf(overrideInfo())) {
-        if (line.front() == '/') {
+        if (line.starts_with('/')) {
             files[line.substr(0, line.find(kSeparator))] = file;
         } else {
-            const std::string path = line.substr(line.find(kSeparator) + kSeparator.size());
-            file = path.substr(path.find_last_of("/\\") + 1);
+            file = line.substr(line.find_last_of("/\\") + 1);
         }
     }
     return files;
@@ -303,7 +302,7 @@ void printMessages() {
 void printOverrideInfo() {
     std::cout << "\nOverride information\n\n";
     for (const std::string& line : linesOf(overrideInfo())) {
-        std::cout << (line.front() == '/' ? "    " : "  ") << line << '\n';
+        std::cout << (line.starts_with('/') ? "    " : "  ") << line << '\n';
     }
 }
 

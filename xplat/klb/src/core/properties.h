@@ -3,29 +3,45 @@
 
 #include "core/records.h"
 
+#include <span>
 #include <string_view>
 
 namespace klb {
 
-/// Calls visit(name, value) for each property of a toggle, in the order in which they came to be;
-/// a value is a bool or a std::string_view. Names are constants of the library. The first three
-/// properties are facts of the record, so they are not kept twice.
-template <class Visitor>
-void visitProperties(const ToggleRecord& toggle, Visitor&& visit) {
-    visit(std::string_view("KLB_DefaultValue"), toggle.defaultValue);
-    visit(std::string_view("KLB_IsDynamic"), toggle.isDynamic);
-    visit(std::string_view("KLB_ToggleFileToken"), std::string_view(toggle.file->token));
-    for (const ToggleProperty& property : toggle.addedProperties) {
-        visit(property.name, std::string_view(property.value));
-    }
-}
+/// The properties of a toggle in the order in which they came to be, each name once. Names are
+/// constants of the library. The first three are facts of the record, so they are not kept twice.
+/// Valid as long as no property is added.
+class ToggleProperties {
+public:
+    explicit ToggleProperties(const ToggleRecord& toggle) noexcept
+        : defaultValue_(toggle.defaultValue),
+          isDynamic_(toggle.isDynamic),
+          file_(toggle.file),
+          added_(toggle.addedProperties) {}
 
-inline bool hasProperty(const ToggleRecord& toggle, std::string_view name) {
-    bool found = false;
-    visitProperties(toggle,
-                    [&](std::string_view known, const auto&) { found = found || known == name; });
-    return found;
-}
+    /// Calls visit(name, value) for each; a value is a bool or a std::string_view.
+    template <class Visitor>
+    void visit(Visitor&& visit) const {
+        visit(std::string_view("KLB_DefaultValue"), defaultValue_);
+        visit(std::string_view("KLB_IsDynamic"), isDynamic_);
+        visit(std::string_view("KLB_ToggleFileToken"), std::string_view(file_->token));
+        for (const ToggleProperty& property : added_) {
+            visit(property.name, std::string_view(property.value));
+        }
+    }
+
+    bool contain(std::string_view name) const {
+        bool found = false;
+        visit([&](std::string_view known, const auto&) { found = found || known == name; });
+        return found;
+    }
+
+private:
+    bool defaultValue_;
+    bool isDynamic_;
+    const ToggleFileRecord* file_;
+    std::span<const ToggleProperty> added_;
+};
 
 } // namespace klb
 

@@ -54,7 +54,8 @@ struct ToggleProperty {
 
 /// One toggle.
 struct ToggleRecord {
-    std::string key;
+    /// The text is the key in the registry's table.
+    std::string_view key;
     bool defaultValue = false;
     bool currentValue = false;
     /// The override file set the current value.

@@ -6,6 +6,7 @@
 #include "core/records.h"
 #include "platform/platform.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,6 +14,9 @@
 #include <vector>
 
 namespace klb {
+
+/// Owns the toggles. A record stays where it is, as does its key.
+using ToggleTable = std::map<std::string, ToggleRecord, std::less<>>;
 
 /// Everything that the host set up and registered. Nothing in it is removed while it lives, so
 /// records may refer to each other and maps to the texts of their records. Not synchronised: the
@@ -28,7 +32,7 @@ struct Registry {
     std::map<std::string_view, std::unique_ptr<ToggleFileRecord>> filesByToken;
     std::map<std::string_view, ToggleFileRecord*> filesByPath;
     std::vector<ToggleFileRecord*> filesInOrder;
-    std::map<std::string_view, std::unique_ptr<ToggleRecord>> togglesByKey;
+    ToggleTable togglesByKey;
 
     bool enableOverride = false;
     /// The override file's record, once it has been registered.

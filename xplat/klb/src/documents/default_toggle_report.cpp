@@ -1,6 +1,5 @@
 #include "documents/default_toggle_report.h"
 
-#include "core/properties.h"
 #include "core/report_buffer.h"
 #include "documents/json_text.h"
 #include "documents/toggle_tree.h"
@@ -13,36 +12,38 @@ namespace klb {
 
 namespace {
 
-/// Builds a document from its events. Texts are copied into its pool.
-class DocumentWriter {
+/// Tells a report to a handler of JSON events.
+template <class Handler>
+class Narrator {
 public:
-    explicit DocumentWriter(JsonDocument& document) : document_(document) {}
+    explicit Narrator(Handler& handler) : handler_(handler) {}
 
     void beginObject() {
-        document_.StartObject();
+        handler_.StartObject();
         memberCounts_.push_back(0);
     }
     void endObject() {
-        document_.EndObject(memberCounts_.back());
+        handler_.EndObject(memberCounts_.back());
         memberCounts_.pop_back();
     }
     void name(std::string_view name) {
-        document_.Key(name.data(), sizeOf(name), true);
+        handler_.Key(name.data(), sizeOf(name), true);
         ++memberCounts_.back();
     }
-    /// A name that outlives the document, which refers to it.
+    /// A name that outlives the document, which may refer to it.
     void constantName(std::string_view name) {
-        document_.Key(name.data(), sizeOf(name), false);
+        handler_.Key(name.data(), sizeOf(name), false);
         ++memberCounts_.back();
     }
     void value(bool value) {
-        document_.Bool(value);
+        handler_.Bool(value);
     }
     void value(std::string_view text) {
-        document_.String(text.data(), sizeOf(text), true);
+        handler_.String(text.data(), sizeOf(text), true);
     }
 
 private:
+    /// RapidJSON counts in 32 bits.
     static rapidjson::SizeType sizeOf(std::string_view text) {
         if (text.size() > kMaxJsonTextSize) {
             throw std::length_error("The JSON text would be too long.");
@@ -50,7 +51,7 @@ private:
         return static_cast<rapidjson::SizeType>(text.size());
     }
 
-    JsonDocument& document_;
+    Handler& handler_;
     /// How many members each open object has so far.
     std::vector<rapidjson::SizeType> memberCounts_;
 };
@@ -60,7 +61,8 @@ bool isReported(const ToggleFileRecord& file) noexcept {
 }
 
 /// The tokens are the registry's keys: none comes twice.
-void writeToggleFiles(DocumentWriter& report, const std::vector<ToggleFileRecord*>& files) {
+template <class Handler>
+void tellToggleFiles(Narrator<Handler>& report, const std::vector<ToggleFileRecord*>& files) {
     report.beginObject();
     for (const ToggleFileRecord* file : files) {
         if (!isReported(*file)) {
@@ -79,10 +81,11 @@ void writeToggleFiles(DocumentWriter& report, const std::vector<ToggleFileRecord
     report.endObject();
 }
 
-void beginToggle(DocumentWriter& report, const ToggleTree::Node& node) {
+template <class Handler>
+void beginNode(Narrator<Handler>& report, const ToggleTree::Node& node) {
     report.beginObject();
-    if (node.toggle != nullptr) {
-        visitProperties(*node.toggle, [&](std::string_view name, auto value) {
+    if (node.properties) {
+        node.properties->visit([&](std::string_view name, auto value) {
             report.constantName(name);
             report.value(value);
         });
@@ -90,14 +93,15 @@ void beginToggle(DocumentWriter& report, const ToggleTree::Node& node) {
 }
 
 /// A walk without recursion: a key may have any number of segments.
-void writeToggles(DocumentWriter& report, const ToggleTree& tree) {
+template <class Handler>
+void tellToggles(Narrator<Handler>& report, const ToggleTree& tree) {
     const ToggleTree::Node* node = &tree.root();
     const ToggleTree::Node* next = node->firstChild;
-    beginToggle(report, *node);
+    beginNode(report, *node);
     while (true) {
         if (next != nullptr) {
-            report.name(next->name);
-            beginToggle(report, *next);
+            report.name(tree.nameOf(*next));
+            beginNode(report, *next);
             node = next;
             next = node->firstChild;
             continue;
@@ -111,51 +115,75 @@ void writeToggles(DocumentWriter& report, const ToggleTree& tree) {
     }
 }
 
-ToggleTree treeOf(const Registry& registry) {
+ToggleTree treeOf(const ToggleTable& toggles) {
     ToggleTree tree;
-    for (const auto& [key, toggle] : registry.togglesByKey) {
-        tree.addToggleReportEntry(*toggle);
+    for (const auto& [key, toggle] : toggles) {
+        tree.addToggleReportEntry(toggle);
     }
     return tree;
 }
 
-void writeReport(DocumentWriter& report, const Registry& registry, const char* moduleName,
-                 const char* moduleVersion) {
-    report.beginObject();
-    if (moduleName != nullptr) {
-        report.constantName("KLB_ModuleName");
-        report.value(std::string_view(moduleName));
+/// What a report tells.
+struct Report {
+    const Registry& registry;
+    ToggleTree toggles;
+    const char* moduleName;
+    const char* moduleVersion;
+
+    template <class Handler>
+    void tellTo(Handler& handler) const {
+        Narrator<Handler> report(handler);
+        report.beginObject();
+        if (moduleName != nullptr) {
+            report.constantName("KLB_ModuleName");
+            report.value(std::string_view(moduleName));
+        }
+        if (moduleVersion != nullptr) {
+            report.constantName("KLB_ModuleVersion");
+            report.value(std::string_view(moduleVersion));
+        }
+        if (!registry.filesInOrder.empty()) {
+            report.constantName("KLB_ToggleFiles");
+            tellToggleFiles(report, registry.filesInOrder);
+        }
+        if (!registry.togglesByKey.empty()) {
+            report.constantName("KLB_Toggles");
+            tellToggles(report, toggles);
+        }
+        report.endObject();
     }
-    if (moduleVersion != nullptr) {
-        report.constantName("KLB_ModuleVersion");
-        report.value(std::string_view(moduleVersion));
+};
+
+/// Refuses a report whose text would be too long, before memory is taken for its document. The
+/// exact size is counted only when it may be beyond the limit.
+void checkSize(const Report& report) {
+    JsonSizeBound bound;
+    report.tellTo(bound);
+    if (bound.bytes() > kMaxJsonTextSize) {
+        LimitedStream stream;
+        IndentingWriter<LimitedStream> writer(stream);
+        report.tellTo(writer);
     }
-    if (!registry.filesInOrder.empty()) {
-        report.constantName("KLB_ToggleFiles");
-        writeToggleFiles(report, registry.filesInOrder);
-    }
-    if (!registry.togglesByKey.empty()) {
-        report.constantName("KLB_Toggles");
-        writeToggles(report, treeOf(registry));
-    }
-    report.endObject();
 }
 
 } // namespace
 
-std::uint64_t buildDefaultToggleJson(const Registry& registry, JsonDocument& report,
+std::uint64_t buildDefaultToggleJson(const Registry& registry, JsonDocument& document,
                                      const char* moduleName, const char* moduleVersion,
                                      char* buffer, std::uint64_t bufferSize) {
-    report.SetObject();
-    const auto source = [&](JsonDocument& document) {
-        DocumentWriter writer(document);
-        writeReport(writer, registry, moduleName, moduleVersion);
-        return true;
-    };
-    report.Populate(source);
+    document.SetObject();
     JsonText text;
-    writeIndented(report, text);
-    return copyReport({text.GetString(), text.GetSize()}, buffer, bufferSize);
+    {
+        const Report report{registry, treeOf(registry.togglesByKey), moduleName, moduleVersion};
+        checkSize(report);
+        const auto events = [&](JsonDocument& handler) {
+            report.tellTo(handler);
+            return true;
+        };
+        document.Populate(events);
+    }
+    writeIndented(document, text);
+    return copyReport(text.view(), buffer, bufferSize);
 }
 
 } // namespace klb

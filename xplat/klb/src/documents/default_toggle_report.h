@@ -9,10 +9,10 @@
 namespace klb {
 
 /// Describes the module that asks, the toggle files and all toggles with their defaults as a JSON
-/// text. The document is built anew in `report`, whose pool keeps the memory of the earlier ones
+/// text. The document is built anew in `document`, whose pool keeps the memory of the earlier ones
 /// until it is destroyed. The result counts bytes, NUL included. \throws std::length_error for a
 /// text beyond 1 GiB.
-std::uint64_t buildDefaultToggleJson(const Registry& registry, JsonDocument& report,
+std::uint64_t buildDefaultToggleJson(const Registry& registry, JsonDocument& document,
                                      const char* moduleName, const char* moduleVersion,
                                      char* buffer, std::uint64_t bufferSize);
 

@@ -1,7 +1,5 @@
 #include "documents/toggle_tree.h"
 
-#include "core/properties.h"
-
 #include <algorithm>
 
 namespace klb {
@@ -34,18 +32,20 @@ void ToggleTree::addToggleReportEntry(const ToggleRecord& toggle) {
         const std::size_t begin = end + 1;
         end = std::min(key.find('/', begin), key.size());
         const std::string_view name = key.substr(begin, end - begin);
-        if (node->toggle != nullptr && hasProperty(*node->toggle, name)) {
+        if (node->properties && node->properties->contain(name)) {
             return;
         }
         node = &add(*node, name);
         open_.push_back({end, node});
     }
-    node->toggle = &toggle;
+    node->properties.emplace(toggle);
 }
 
 ToggleTree::Node& ToggleTree::add(Node& parent, std::string_view name) {
     Node& node = nodes_.emplace_back();
-    node.name = name;
+    node.nameBegin = names_.size();
+    node.nameSize = name.size();
+    names_ += name;
     node.parent = &parent;
     (parent.lastChild != nullptr ? parent.lastChild->nextSibling : parent.firstChild) = &node;
     parent.lastChild = &node;

@@ -1,24 +1,27 @@
 #ifndef KLB_DOCUMENTS_TOGGLE_TREE_H
 #define KLB_DOCUMENTS_TOGGLE_TREE_H
 
-#include "core/records.h"
+#include "core/properties.h"
 
 #include <cstddef>
 #include <deque>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace klb {
 
-/// The toggles as objects in objects, by the segments of their keys. Names are parts of the keys,
-/// which have to outlive the tree.
+/// The toggles as objects in objects, by the segments of their keys. Has copies of what a walk
+/// needs, because the records lie all over the memory.
 class ToggleTree {
 public:
     struct Node {
-        std::string_view name;
-        /// Whose properties stand in the object, before its children; null for an object that is
-        /// only on the way to others.
-        const ToggleRecord* toggle = nullptr;
+        std::size_t nameBegin = 0;
+        std::size_t nameSize = 0;
+        /// They stand in the object before its children; none in an object that is only on the way
+        /// to others.
+        std::optional<ToggleProperties> properties;
         Node* parent = nullptr;
         Node* firstChild = nullptr;
         Node* lastChild = nullptr;
@@ -35,6 +38,9 @@ public:
     const Node& root() const noexcept {
         return nodes_.front();
     }
+    std::string_view nameOf(const Node& node) const noexcept {
+        return std::string_view(names_).substr(node.nameBegin, node.nameSize);
+    }
 
 private:
     /// An object whose path is the beginning of the last key, up to `end`.
@@ -46,6 +52,7 @@ private:
     Node& add(Node& parent, std::string_view name);
 
     std::deque<Node> nodes_;
+    std::string names_;
     std::string_view lastKey_;
     /// From the shortest path to the longest. Not every one of them leads to the last key: /a is
     /// still open behind /a-b, since /a/b follows.

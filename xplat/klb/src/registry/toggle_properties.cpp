@@ -10,7 +10,7 @@
 namespace klb {
 
 void addProperty(ToggleRecord& toggle, std::string_view name, std::string_view value) {
-    if (!hasProperty(toggle, name)) {
+    if (!ToggleProperties(toggle).contain(name)) {
         toggle.addedProperties.push_back({name, std::string(value)});
     }
 }

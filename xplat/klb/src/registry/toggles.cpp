@@ -8,7 +8,6 @@
 #include "registry/toggle_files.h"
 #include "trust/override_path.h"
 
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -67,9 +66,10 @@ void applyOverrideFile(const Registry& registry, ToggleRecord& toggle) {
     }
 }
 
-/// Enters a finished toggle everywhere. All or nothing: memory may run out at each step.
-void addToggle(Registry& registry, std::unique_ptr<ToggleRecord> created) {
-    ToggleRecord& toggle = *created;
+/// Enters a finished toggle everywhere. All or nothing: memory may run out at each step but the
+/// last.
+void addToggle(Registry& registry, ToggleTable::node_type created) {
+    ToggleRecord& toggle = created.mapped();
     const std::string_view key = toggle.key;
 
     auto& fileToggles = toggle.file->toggles;
@@ -85,7 +85,7 @@ void addToggle(Registry& registry, std::unique_ptr<ToggleRecord> created) {
     registry.toggleIndex.emplace(key, &toggle);
     Rollback unindex([&]() noexcept { registry.toggleIndex.erase(key); });
 
-    registry.togglesByKey.emplace(key, std::move(created));
+    registry.togglesByKey.insert(std::move(created));
     unindex.commit();
     equalise.commit();
     unlist.commit();
@@ -109,22 +109,24 @@ void registerToggle(Registry& registry, const char* key, bool defaultValue, cons
     ToggleFileRecord& file = registerToggleFileToken(registry, KLB_ToggleFileType_Invalid, token);
     if (const ToggleRecord* known = findToggle(registry, key)) {
         if (known->file != &file) {
-            const std::string text =
-                "registerToggle: " + known->key + " already registred in " + known->file->path;
+            const std::string text = "registerToggle: " + std::string(key) +
+                                     " already registred in " + known->file->path;
             reportDomainError(text.c_str());
         }
         return;
     }
 
-    auto toggle = std::make_unique<ToggleRecord>();
-    toggle->key = key;
-    toggle->defaultValue = defaultValue;
-    toggle->currentValue = defaultValue;
-    toggle->isDynamic = isDynamic;
-    toggle->file = &file;
-    applyToggleFile(registry, *toggle);
-    applyOverrideFile(registry, *toggle);
-    addToggle(registry, std::move(toggle));
+    ToggleTable created;
+    const auto entry = created.try_emplace(key).first;
+    ToggleRecord& toggle = entry->second;
+    toggle.key = entry->first;
+    toggle.defaultValue = defaultValue;
+    toggle.currentValue = defaultValue;
+    toggle.isDynamic = isDynamic;
+    toggle.file = &file;
+    applyToggleFile(registry, toggle);
+    applyOverrideFile(registry, toggle);
+    addToggle(registry, created.extract(entry));
 }
 
 bool getToggle(const Registry& registry, const char* key, bool dynamic) {

@@ -12,7 +12,7 @@ namespace {
 /// Reads the first certificate of the text into the registry; the text of the error, or null.
 const char* readCertificate(Registry& registry, const char* text) {
     const ErrorQueueScope errors;
-    registry.certificateStream.reset(BIO_new_mem_buf(text, -1));
+    registry.certificateStream = openText(text, -1);
     if (!registry.certificateStream) {
         return "setCertificateData: can't create BIO for the certificate data provided.";
     }

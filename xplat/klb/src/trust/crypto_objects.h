@@ -42,6 +42,10 @@ struct CryptoMemoryDeleter {
 /// A block from the crypto library's allocator.
 using CryptoMemoryPtr = std::unique_ptr<void, CryptoMemoryDeleter>;
 
+/// A stream that reads a text of that many bytes, or of a C string's for the size -1, where it is;
+/// null when it cannot be made.
+CryptoStreamPtr openText(const char* text, int size) noexcept;
+
 /// A stream that reads these bytes where they are; null when it cannot be made.
 CryptoStreamPtr openBytes(const std::vector<char>& bytes) noexcept;
 

@@ -13,8 +13,8 @@ namespace klb {
 /// The crypto library keeps a queue of errors for each thread, and the host may have some in it.
 /// They are taken out when this begins and put back when it ends: in between the crypto library
 /// drops the oldest when its queue is full, and all of them when it takes a certificate from its
-/// default directory. Each comes back with its code, place and text; marks that the host set
-/// between them do not.
+/// default directory. Each comes back with its code, file, line and text; names of functions and
+/// marks that the host set between them do not.
 class ErrorQueueScope {
 public:
     ErrorQueueScope() noexcept;

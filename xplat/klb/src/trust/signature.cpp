@@ -29,17 +29,26 @@ CryptoStreamPtr makeSink(std::size_t capacity) {
     return sink;
 }
 
-/// The crypto library looks for each signer among all certificates that the message carries, before
-/// it looks whether any of them is trusted. A message made to keep it busy is not worth the time.
-bool isQuickToVerify(PKCS7* message) {
-    constexpr std::uint64_t kMaxComparisons = 100'000;
-    const STACK_OF(PKCS7_SIGNER_INFO)* signers = PKCS7_get_signer_info(message);
-    const STACK_OF(X509)* certificates =
-        PKCS7_type_is_signed(message) ? message->d.sign->cert : nullptr;
-    return signers == nullptr || certificates == nullptr ||
-           static_cast<std::uint64_t>(sk_PKCS7_SIGNER_INFO_num(signers)) *
-                   static_cast<std::uint64_t>(sk_X509_num(certificates)) <=
-               kMaxComparisons;
+/// Whether verifying is safe and takes little time. What is asked for here is not covered by the
+/// signature, so anyone can put it into a message.
+bool isFitToVerify(PKCS7* message) {
+    if (!PKCS7_type_is_signed(message) || message->d.sign == nullptr) {
+        return false;
+    }
+    // Each digest becomes a filter that all content runs through, and the filters call one another:
+    // many of them take the time and then the stack. Without any the crypto library frees the
+    // detached content that is not its own.
+    constexpr int kMaxDigests = 16;
+    const int digests = sk_X509_ALGOR_num(message->d.sign->md_algs);
+    if (digests < 1 || digests > kMaxDigests) {
+        return false;
+    }
+    // Each signer is looked for among all certificates of the message, before the crypto library
+    // looks whether any of them is trusted.
+    constexpr std::int64_t kMaxComparisons = 100'000;
+    const std::int64_t signers = sk_PKCS7_SIGNER_INFO_num(message->d.sign->signer_info);
+    const std::int64_t certificates = sk_X509_num(message->d.sign->cert);
+    return signers * certificates <= kMaxComparisons;
 }
 
 TrustStorePtr trustStoreFor(ToggleFileRecord& record, const Platform& platform) {
@@ -76,7 +85,7 @@ CryptoStreamPtr verify(ToggleFileRecord& record, const Platform& platform,
         diagnostics += "setup_verify error\n";
         return nullptr;
     }
-    if (!isQuickToVerify(message.get()) ||
+    if (!isFitToVerify(message.get()) ||
         PKCS7_verify(message.get(), nullptr, store.get(), detachedContent.get(), output.get(), 0) !=
             1) {
         diagnostics += "Verification failure\n";

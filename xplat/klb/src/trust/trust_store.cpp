@@ -2,6 +2,7 @@
 
 #include "platform/file_content.h"
 
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
@@ -9,8 +10,9 @@ namespace klb {
 
 namespace {
 
-/// A file beyond this size is no list of certificates.
+// Beyond this a file is no list of certificates. The crypto library sorts its store anew for each.
 constexpr std::uint64_t kMaxCertificateFileSize = 16 * 1024 * 1024;
+constexpr int kMaxCertificateFileEntries = 1000;
 
 struct PemEntriesDeleter {
     void operator()(STACK_OF(X509_INFO) * entries) const noexcept {
@@ -18,6 +20,12 @@ struct PemEntriesDeleter {
     }
 };
 using PemEntriesPtr = std::unique_ptr<STACK_OF(X509_INFO), PemEntriesDeleter>;
+
+/// In the earlier series, adding what is there already is a failure.
+bool isAdded(int result) {
+    return result == 1 ||
+           ERR_GET_REASON(ERR_peek_last_error()) == X509_R_CERT_ALREADY_IN_HASH_TABLE;
+}
 
 /// Trusts every certificate of a PEM text, and minds its revocation lists; nothing of a text that
 /// cannot be read to its end. Nobody is asked for a pass phrase.
@@ -29,14 +37,14 @@ bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
     char noPassPhrase[] = "";
     const PemEntriesPtr entries(
         PEM_X509_INFO_read_bio(input.get(), nullptr, nullptr, noPassPhrase));
-    if (!entries) {
+    if (!entries || sk_X509_INFO_num(entries.get()) > kMaxCertificateFileEntries) {
         return false;
     }
     bool added = false;
     for (int i = 0; i < sk_X509_INFO_num(entries.get()); ++i) {
         const X509_INFO* entry = sk_X509_INFO_value(entries.get(), i);
-        if ((entry->x509 != nullptr && X509_STORE_add_cert(store, entry->x509) != 1) ||
-            (entry->crl != nullptr && X509_STORE_add_crl(store, entry->crl) != 1)) {
+        if ((entry->x509 != nullptr && !isAdded(X509_STORE_add_cert(store, entry->x509))) ||
+            (entry->crl != nullptr && !isAdded(X509_STORE_add_crl(store, entry->crl)))) {
             return false;
         }
         added = added || entry->x509 != nullptr || entry->crl != nullptr;

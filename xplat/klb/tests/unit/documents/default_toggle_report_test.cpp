@@ -18,6 +18,7 @@
 #include <string>
 
 #include <rapidjson/prettywriter.h>
+#include <rapidjson/stringbuffer.h>
 
 namespace klb {
 namespace {
@@ -65,6 +66,7 @@ TEST_F(BuildDefaultToggleJson, AddsWhatTheDocumentHoldsToThePool) {
 TEST_F(BuildDefaultToggleJson, StartsAnewAfterAFailure) {
     add("/a");
     const std::uint64_t size = build();
+    const std::size_t pool = report.GetAllocator().Size();
     std::string key;
     for (int level = 0; level < 20'000; ++level) {
         key += "/b";
@@ -72,6 +74,7 @@ TEST_F(BuildDefaultToggleJson, StartsAnewAfterAFailure) {
     add(key);
     EXPECT_THROW(build(), std::length_error);
     EXPECT_THROW(build(), std::length_error);
+    EXPECT_EQ(report.GetAllocator().Size(), pool);
     registry.togglesByKey.erase(key);
     EXPECT_EQ(build(), size);
 }
@@ -124,8 +127,8 @@ protected:
             call = std::min(call, cpuSecondsOf([&] { size = build(); }));
             nextCall = std::min(nextCall, cpuSecondsOf([&] { size = build(); }));
             writing = std::min(writing, cpuSecondsOf([&] {
-                                   JsonText text;
-                                   rapidjson::PrettyWriter<JsonText> writer(text);
+                                   rapidjson::StringBuffer text;
+                                   rapidjson::PrettyWriter<rapidjson::StringBuffer> writer(text);
                                    report.Accept(writer);
                                    EXPECT_EQ(text.GetSize() + 1, size);
                                }));

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <rapidjson/prettywriter.h>
+#include <rapidjson/stringbuffer.h>
 
 namespace klb {
 namespace {
@@ -13,25 +16,7 @@ namespace {
 std::string written(const JsonValue& object) {
     JsonText text;
     writeIndented(object, text);
-    return {text.GetString(), text.GetSize()};
-}
-
-/// An object that many levels deep, with a text at the bottom.
-JsonDocument deepDocument(std::size_t levels, const std::string& text) {
-    JsonDocument document;
-    auto source = [&](JsonDocument& events) {
-        for (std::size_t i = 0; i < levels; ++i) {
-            events.StartObject();
-            events.Key("k", 1, false);
-        }
-        events.String(text.data(), static_cast<rapidjson::SizeType>(text.size()), true);
-        for (std::size_t i = 0; i < levels; ++i) {
-            events.EndObject(1);
-        }
-        return true;
-    };
-    document.Populate(source);
-    return document;
+    return std::string(text.view());
 }
 
 TEST(WriteIndented, WritesAsRapidJsonDoes) {
@@ -52,25 +37,63 @@ TEST(WriteIndented, WritesAsRapidJsonDoes) {
     }
 }
 
-TEST(WriteIndented, RefusesATextThatIsTooLong) {
-    const JsonDocument document = deepDocument(3, "text \n with \x01 escapes");
-    const std::size_t size = written(document).size();
-    for (const std::size_t maxSize : {size + 1, size}) {
-        JsonText text;
-        writeIndented(document, text, maxSize);
-        EXPECT_EQ(text.GetSize(), size);
+TEST(WriteIndented, TakesAStringOfAnySize) {
+    // RapidJSON reserves six times the length and two, in 32 bits, which would be a few bytes here.
+    const std::string longText((std::size_t{1} << 32) / 6 + 1, 'x');
+    JsonDocument document;
+    document.SetObject();
+    document.AddMember("k",
+                       JsonValue(rapidjson::StringRef(
+                           longText.data(), static_cast<rapidjson::SizeType>(longText.size()))),
+                       document.GetAllocator());
+    JsonText text;
+    writeIndented(document, text);
+    EXPECT_EQ(text.view().size(), longText.size() + std::strlen("{\n    \"k\": \"\"\n}"));
+    EXPECT_EQ(text.view().substr(text.view().size() - 5), "xx\"\n}");
+}
+
+/// Tells a handler of an object that many levels deep, with a text at the bottom.
+template <class Handler>
+void tellOfDepth(Handler& handler, std::size_t levels, std::string_view text) {
+    for (std::size_t i = 0; i < levels; ++i) {
+        handler.StartObject();
+        handler.Key("k", 1, false);
     }
-    for (const std::size_t maxSize : {size - 1, size / 2, std::size_t{0}}) {
-        JsonText text;
-        EXPECT_THROW(writeIndented(document, text, maxSize), std::length_error);
-        EXPECT_EQ(text.stack_.GetCapacity(), 0U);
+    handler.String(text.data(), static_cast<rapidjson::SizeType>(text.size()), true);
+    for (std::size_t i = 0; i < levels; ++i) {
+        handler.EndObject(1);
     }
 }
 
-TEST(WriteIndented, RefusesWhatIndentationMakesLongerThanOneGibibyte) {
-    JsonText text;
-    EXPECT_THROW(writeIndented(deepDocument(1'000'000, ""), text), std::length_error);
-    EXPECT_EQ(text.stack_.GetCapacity(), 0U);
+TEST(JsonSizeBound, IsNotBelowTheSize) {
+    for (const std::size_t levels : {1U, 3U, 100U}) {
+        for (const char* text : {"", "text", "\x01\x02\x03\x04\x05\x06\x07", "\"\\"}) {
+            JsonText written;
+            IndentingWriter<JsonText> writer(written);
+            tellOfDepth(writer, levels, text);
+            JsonSizeBound bound;
+            tellOfDepth(bound, levels, text);
+            EXPECT_GE(bound.bytes(), written.view().size());
+        }
+    }
+}
+
+TEST(LimitedStream, RefusesATextThatIsTooLong) {
+    constexpr std::string_view kText = "text \n with \x01 escapes";
+    JsonText written;
+    IndentingWriter<JsonText> writer(written);
+    tellOfDepth(writer, 3, kText);
+    const std::size_t size = written.view().size();
+    for (const std::size_t maxSize : {size + 1, size, size - 1, size / 2, std::size_t{0}}) {
+        SCOPED_TRACE(maxSize);
+        LimitedStream stream(maxSize);
+        IndentingWriter<LimitedStream> counting(stream);
+        if (maxSize >= size) {
+            tellOfDepth(counting, 3, kText);
+        } else {
+            EXPECT_THROW(tellOfDepth(counting, 3, kText), std::length_error);
+        }
+    }
 }
 
 } // namespace

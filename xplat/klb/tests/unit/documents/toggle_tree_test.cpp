@@ -1,9 +1,10 @@
 #include "documents/toggle_tree.h"
 
+#include "core/registry.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -16,9 +17,9 @@ public:
     explicit Tree(const std::vector<std::string>& keys) {
         file_.token = "core";
         for (const std::string& key : keys) {
-            ToggleRecord& toggle = toggles_[key];
-            toggle.key = key;
-            toggle.file = &file_;
+            const auto entry = toggles_.try_emplace(key).first;
+            entry->second.key = entry->first;
+            entry->second.file = &file_;
         }
         for (const auto& [key, toggle] : toggles_) {
             tree_.addToggleReportEntry(toggle);
@@ -31,19 +32,19 @@ public:
     }
 
 private:
-    static std::string textOf(const ToggleTree::Node& node, const std::string& indentation) {
+    std::string textOf(const ToggleTree::Node& node, const std::string& indentation) const {
         std::string text;
         for (const ToggleTree::Node* child = node.firstChild; child != nullptr;
              child = child->nextSibling) {
             EXPECT_EQ(child->parent, &node);
-            text += indentation + "'" + std::string(child->name) + "'" +
-                    (child->toggle != nullptr ? "*\n" : "\n") + textOf(*child, indentation + "  ");
+            text += indentation + "'" + std::string(tree_.nameOf(*child)) + "'" +
+                    (child->properties ? "*\n" : "\n") + textOf(*child, indentation + "  ");
         }
         return text;
     }
 
     ToggleFileRecord file_;
-    std::map<std::string, ToggleRecord> toggles_;
+    ToggleTable toggles_;
     ToggleTree tree_;
 };
 

@@ -23,7 +23,7 @@ struct PropertyLines {
 
 std::vector<std::string> propertiesOf(const ToggleRecord& toggle) {
     PropertyLines properties;
-    visitProperties(toggle, properties);
+    ToggleProperties(toggle).visit(properties);
     return properties.lines;
 }
 
@@ -57,7 +57,7 @@ TEST_F(AddProperty, ComesBehindTheFactsOfRegistration) {
 TEST_F(AddProperty, FirstValueStays) {
     for (const char* name :
          {"a", "a", "KLB_DefaultValue", "KLB_IsDynamic", "KLB_ToggleFileToken"}) {
-        EXPECT_EQ(hasProperty(toggle, name),
+        EXPECT_EQ(ToggleProperties(toggle).contain(name),
                   std::string_view(name) != "a" || !toggle.addedProperties.empty());
         addProperty(toggle, name, toggle.addedProperties.empty() ? "first" : "later");
     }

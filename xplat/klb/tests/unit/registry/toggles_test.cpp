@@ -20,7 +20,7 @@ protected:
     }
 
     const ToggleRecord& toggle(const char* key) {
-        return *registry.togglesByKey.at(key);
+        return registry.togglesByKey.at(key);
     }
 
     test::FakePlatform platform;

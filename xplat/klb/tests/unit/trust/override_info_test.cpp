@@ -19,14 +19,12 @@ protected:
     }
 
     void addToggle(ToggleFileRecord& file, const char* key, bool value, bool differs) {
-        auto toggle = std::make_unique<ToggleRecord>();
-        toggle->key = key;
-        toggle->currentValue = value;
-        toggle->differs = differs;
-        toggle->file = &file;
-        const std::string_view name = toggle->key;
-        file.differingToggles[name] = toggle.get();
-        registry.togglesByKey[name] = std::move(toggle);
+        ToggleRecord& toggle = registry.togglesByKey[key];
+        toggle.key = registry.togglesByKey.find(key)->first;
+        toggle.currentValue = value;
+        toggle.differs = differs;
+        toggle.file = &file;
+        file.differingToggles[toggle.key] = &toggle;
     }
 
     std::string text() const {

@@ -12,6 +12,7 @@
 #include <algorithm>
 
 #include <openssl/err.h>
+#include <openssl/pem.h>
 
 namespace klb {
 namespace {
@@ -107,6 +108,14 @@ TEST_F(VerifySignature, ACertificateFileMayHaveSixteenMebibytes) {
     EXPECT_EQ(other.error, "Verification failure\n");
 }
 
+std::string textOf(PKCS7* message) {
+    const CryptoStreamPtr output(BIO_new(BIO_s_mem()));
+    EXPECT_EQ(SMIME_write_PKCS7(output.get(), message, nullptr, 0), 1);
+    char* bytes = nullptr;
+    const long size = BIO_get_mem_data(output.get(), &bytes);
+    return {bytes, static_cast<std::size_t>(size)};
+}
+
 /// The signed document with its certificate and its signature several times.
 std::string signedDocumentWith(int signatures, int certificates) {
     const CryptoStreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
@@ -142,6 +151,80 @@ TEST_F(VerifySignature, RefusesAMessageThatTakesTooManyComparisons) {
         EXPECT_EQ(verifySignature(record, platform.services()), c.accepted);
         EXPECT_EQ(record.error, c.accepted ? "" : "Verification failure\n");
     }
+}
+
+/// The signed document with its digest algorithm that many times.
+std::string signedDocumentWithDigests(int digests) {
+    const CryptoStreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
+    const SignedDataPtr message(SMIME_read_PKCS7(input.get(), nullptr));
+    STACK_OF(X509_ALGOR)* all = message->d.sign->md_algs;
+    while (sk_X509_ALGOR_num(all) > digests) {
+        X509_ALGOR_free(sk_X509_ALGOR_pop(all));
+    }
+    while (sk_X509_ALGOR_num(all) < digests) {
+        sk_X509_ALGOR_push(all, X509_ALGOR_dup(sk_X509_ALGOR_value(all, 0)));
+    }
+    return textOf(message.get());
+}
+
+TEST_F(VerifySignature, RefusesAMessageWithoutDigestsOrWithMany) {
+    for (const int digests : {1, 16, 0, 17, 50'000}) {
+        SCOPED_TRACE(digests);
+        const bool accepted = digests >= 1 && digests <= 16;
+        ToggleFileRecord record = recordOf(signedDocumentWithDigests(digests));
+        EXPECT_EQ(verifySignature(record, platform.services()), accepted);
+        EXPECT_EQ(record.error, accepted ? "" : "Verification failure\n");
+    }
+}
+
+TEST_F(VerifySignature, RefusesADetachedMessageWithoutDigestsAndContent) {
+    // The structure of the signed document without its digest and its content, which the first part
+    // stands for.
+    const CryptoStreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
+    const SignedDataPtr message(SMIME_read_PKCS7(input.get(), nullptr));
+    STACK_OF(X509_ALGOR)* digests = message->d.sign->md_algs;
+    X509_ALGOR_free(sk_X509_ALGOR_pop(digests));
+    ASN1_OCTET_STRING_free(message->d.sign->contents->d.data);
+    message->d.sign->contents->d.data = nullptr;
+    const CryptoStreamPtr armour(BIO_new(BIO_s_mem()));
+    EXPECT_EQ(PEM_write_bio_PKCS7(armour.get(), message.get()), 1);
+    char* bytes = nullptr;
+    const long size = BIO_get_mem_data(armour.get(), &bytes);
+    const std::string pem(bytes, static_cast<std::size_t>(size));
+    const std::size_t begin = pem.find('\n') + 1;
+    const std::string base64 = pem.substr(begin, pem.find("-----END") - begin);
+    ToggleFileRecord record = recordOf(
+        "MIME-Version: 1.0\nContent-Type: multipart/signed; "
+        "protocol=\"application/x-pkcs7-signature\"; micalg=\"sha-256\"; boundary=\"part\"\n\n"
+        "--part\n\n--part\nContent-Type: application/x-pkcs7-signature; name=\"smime.p7s\"\n"
+        "Content-Transfer-Encoding: base64\n\n" +
+        base64 + "\n--part--\n");
+    EXPECT_FALSE(verifySignature(record, platform.services()));
+    EXPECT_EQ(record.error, "Verification failure\n");
+}
+
+TEST_F(VerifySignature, RefusesSignedDataThatIsNotThere) {
+    // The identifier of signed data in a sequence that ends behind it.
+    ToggleFileRecord record = recordOf(
+        "MIME-Version: 1.0\nContent-Type: application/x-pkcs7-mime; smime-type=signed-data\n"
+        "Content-Transfer-Encoding: base64\n\nMAsGCSqGSIb3DQEHAg==\n");
+    EXPECT_FALSE(verifySignature(record, platform.services()));
+    EXPECT_EQ(record.error, "Verification failure\n");
+}
+
+TEST_F(VerifySignature, ACertificateFileMayHaveAThousandEntries) {
+    std::string pem;
+    for (int i = 0; i < 1000; ++i) {
+        pem += test::kSignerCertificate;
+    }
+    platform.files[kCertificatePath].bytes = pem;
+    ToggleFileRecord record = recordOf(test::kSignedDocument);
+    EXPECT_TRUE(verifySignature(record, platform.services()));
+
+    platform.files[kCertificatePath].bytes = pem + test::kSignerCertificate;
+    ToggleFileRecord other = recordOf(test::kSignedDocument);
+    EXPECT_FALSE(verifySignature(other, platform.services()));
+    EXPECT_EQ(other.error, "Verification failure\n");
 }
 
 TEST_F(VerifySignature, EveryCertificateOfTheFileIsTrusted) {

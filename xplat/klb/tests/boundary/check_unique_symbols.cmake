@@ -1,0 +1,10 @@
+# A shared object that defines unique symbols stays loaded for the rest of the process.
+execute_process(COMMAND "${OBJDUMP}" -T "${LIBRARY}" OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
+if(NOT dump MATCHES "KLB_Init")
+  message(FATAL_ERROR "no symbol table: ${dump}")
+endif()
+string(REGEX MATCHALL "[^\n]+" lines "${dump}")
+list(FILTER lines INCLUDE REGEX "^[0-9a-f]+ u")
+if(lines)
+  message(FATAL_ERROR "unique symbols: ${lines}")
+endif()
