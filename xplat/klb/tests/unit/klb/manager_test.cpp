@@ -1,5 +1,6 @@
 #include "klb/manager.h"
 
+#include "support/failing_allocation.h"
 #include "support/fake_platform.h"
 
 #include <gtest/gtest.h>
@@ -50,6 +51,29 @@ TEST(CreateManager, AnEmptySystemIdentifierTakesTheDeviceIdentifier) {
         EXPECT_EQ(manager->registry().systemId, c.expected);
         EXPECT_EQ(manager->registry().deviceId, c.expected);
     }
+}
+
+TEST(ComponentFace, AnswersNothingWhenMemoryRunsOut) {
+    test::FakePlatform platform;
+    platform.deviceIdentity = "a device identifier of some length";
+    const auto manager = createManager("", false, platform.services());
+    IKLBManager& face = *manager;
+    const std::uint32_t size = face.GetOverrideInfoString(nullptr, 0);
+    EXPECT_GT(size, 0U);
+    {
+        const test::FailingAllocation failure(1);
+        EXPECT_EQ(face.GetOverrideInfoString(nullptr, 0), 0U);
+        EXPECT_TRUE(failure.happened());
+    }
+    EXPECT_EQ(face.GetOverrideInfoString(nullptr, 0), size);
+    {
+        const test::FailingAllocation failure(1);
+        EXPECT_EQ(face.RegisterToggle("/key", 1, "token"), static_cast<OBXResult>(0x8000FFFFU));
+        EXPECT_TRUE(failure.happened());
+    }
+    EXPECT_EQ(face.IsToggleRegistered("/key"), 0);
+    EXPECT_EQ(face.RegisterToggle("/key", 1, "token"), 0);
+    EXPECT_EQ(face.IsToggleRegistered("/key"), 1);
 }
 
 struct CountingInterface {
