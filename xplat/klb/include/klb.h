@@ -128,7 +128,9 @@ KLB_API void KLB_Init(const char* sysID, bool enableOverride);
 /// \par Errors
 /// A result code by which the host's component framework refuses the withdrawal is thrown as a
 /// long, as by KLB_InitOBX(); the library then stays initialised, with everything that is
-/// registered. \par Threads Any; waits for calls in progress on other threads.
+/// registered.
+/// \par Threads
+/// Any; waits for calls in progress on other threads.
 KLB_API void KLB_Term();
 
 /// Tells whether the library is initialised.

@@ -46,6 +46,7 @@ bool planRoutes(const Reference<IOBXMessageSink>& sink, const Reference<IKLBMana
 
     // A mistake: the toggle is dynamic. The manager reports it to the host's sink and answers with
     // a failure; nothing is thrown.
+    say(sink, "asks for a dynamic toggle as if it were static, and is told so");
     uint32_t value = kUnset;
     return manager->GetToggle(kAlternatives, &value) < 0 && value == 0;
 }

@@ -9,7 +9,7 @@ expect("version" "${output}" "${VERSION}\n")
 
 # A program says where the library of its own prefix is found at run time.
 run("${PKG_CONFIG}" --variable=libdir klb)
-string(STRIP "${output}" library_directory)
+separate_arguments(library_directory UNIX_COMMAND "${output}")
 run("${PKG_CONFIG}" --cflags --libs klb)
 separate_arguments(flags UNIX_COMMAND "${output}")
 
