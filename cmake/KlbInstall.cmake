@@ -65,8 +65,10 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/klb.pc.in" "${PROJECT_BINARY_DIR}/kl
 install(FILES "${PROJECT_BINARY_DIR}/klb.pc"
   DESTINATION "${pkgconfig_dir}" COMPONENT klb_development)
 
+# Not CMAKE_INSTALL_DOCDIR, which is named after the project that embeds this one.
+set(documentation_dir "${CMAKE_INSTALL_DATAROOTDIR}/doc/klb")
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT klb_development)
+  DESTINATION "${documentation_dir}" COMPONENT klb_development)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs"
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT klb_development
+  DESTINATION "${documentation_dir}" COMPONENT klb_development
   FILES_MATCHING PATTERN "*.md")

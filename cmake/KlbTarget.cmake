@@ -28,6 +28,8 @@ function(klb_configure_target target)
     if(KLB_WARNINGS_AS_ERRORS)
       target_compile_options(${target} PRIVATE -Werror)
     endif()
+    # The crypto library's macros name source files; customers need not know where they lay.
+    target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       # A shared object with unique symbols can never be unloaded.
       target_compile_options(${target} PRIVATE -fno-gnu-unique)
@@ -110,11 +112,11 @@ function(klb_add_microsoft_import_library target)
   list(TRANSFORM microsoft REPLACE "(.+)" "\"\\1\"")
   list(JOIN microsoft "\n" lines)
   set(definition "${CMAKE_CURRENT_BINARY_DIR}/klb_microsoft.def")
-  file(CONFIGURE OUTPUT "${definition}" CONTENT "LIBRARY klb.dll\nEXPORTS\n@lines@\n" @ONLY)
+  file(CONFIGURE OUTPUT "${definition}" CONTENT "EXPORTS\n@lines@\n" @ONLY)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${definition}")
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND "${KLB_LLVM_DLLTOOL}" -m i386:x86-64 -d "${definition}"
-      -l "$<TARGET_LINKER_FILE_DIR:${target}>/klb.lib"
+      -D "$<TARGET_FILE_NAME:${target}>" -l "$<TARGET_LINKER_FILE_DIR:${target}>/klb.lib"
     VERBATIM)
 endfunction()
 

@@ -18,7 +18,8 @@
 /// \par Threads
 /// As for the exported functions: any thread at any time, one at a time under the library's lock,
 /// which is held while the message sink is called. QueryInterface(), AddRef(), Release() and the
-/// operations of IOBXSingleton take no lock.
+/// operations of IOBXSingleton take no lock. A call that waited while KLB_Term() ran answers as
+/// after an exception, without a message; a call that begins later must not be made.
 
 #ifndef KLB_IKLBMANAGER_H
 #define KLB_IKLBMANAGER_H
@@ -36,8 +37,8 @@ struct IKLBManager1 : IOBXUnknown {
     /// null.
     virtual OBXResult RegisterToggle(const char* toggleKey, int32_t defaultValue,
                                      const char* toggleFileToken) = 0;
-    /// As KLB_GetToggle(): sets the value to 1 or 0, and to 0 on any failure. The key and the
-    /// pointer to the value must not be null.
+    /// As KLB_GetToggle(): sets the value to 1 or 0, and to 0 when the registry fails. The key and
+    /// the pointer to the value must not be null.
     virtual OBXResult GetToggle(const char* toggleKey, uint32_t* value) = 0;
     /// 1 for a registered static toggle, else 0. For a null key 0x80000003, which is not 0 either.
     virtual OBXResult IsToggleRegistered(const char* toggleKey) = 0;

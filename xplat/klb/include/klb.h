@@ -22,8 +22,13 @@
 /// same text is thrown: std::invalid_argument for a null, empty or malformed argument,
 /// std::domain_error for a call in the wrong state and for a file that cannot be used. Where a
 /// function differs, its own comment says so. std::bad_alloc is thrown when memory runs out, with
-/// or without a callback, and leaves the library usable. C++ exceptions reach a host that shares
-/// this library's C++ runtime conventions; any other host must install a callback.
+/// or without a callback, and leaves the library usable.
+///
+/// \par Hosts with another C++ runtime
+/// C++ exceptions reach a host that shares this library's C++ runtime conventions. Any other one,
+/// as a host made with a Microsoft-compatible compiler for a library made with MinGW-w64, must
+/// install a message callback before anything else; what is thrown in spite of it ends the process.
+/// A build of the library's sources with Microsoft's compiler gives such a host the exceptions.
 ///
 /// \par Threads
 /// Every function may be called from any thread at any time. One non-recursive lock serialises

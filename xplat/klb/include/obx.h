@@ -4,8 +4,9 @@
 ///
 /// Objects are reference counted, and interfaces are found by 16-byte identifiers. The order of the
 /// operations is the binary interface: it never changes, and no interface has a virtual destructor.
-/// A result whose top bit is set is a failure. A successful call that gives an interface through a
-/// void** gives a reference with it, for the caller to release.
+/// AddRef() and Release() throw nothing. A result whose top bit is set is a failure. A successful
+/// call that gives an interface through a void** gives a reference with it, for the caller to
+/// release.
 
 #ifndef KLB_OBX_H
 #define KLB_OBX_H

@@ -13,17 +13,23 @@ namespace klb {
 
 namespace {
 
-bool operator==(const OBXGuid& left, const OBXGuid& right) noexcept {
+// No operator: a framework's own headers may have one.
+bool isSame(const OBXGuid& left, const OBXGuid& right) noexcept {
     return left.data1 == right.data1 && left.data2 == right.data2 && left.data3 == right.data3 &&
            std::equal(std::begin(left.data4), std::end(left.data4), std::begin(right.data4));
 }
 
 /// Calls the registry under the library lock. A failure goes to the host's message sink and ends
-/// with a result of its own.
+/// with a result of its own. A manager that KLB_Term destroyed while the call waited is not
+/// touched.
 template <class Result, class Call>
-Result guarded(Publication& publication, Result failure, Call&& call) noexcept {
+Result guarded(const KLBMgr* manager, Publication& publication, Result failure,
+               Call&& call) noexcept {
     try {
         const std::lock_guard guard(libraryState().lock);
+        if (libraryState().manager != manager) {
+            return failure;
+        }
         try {
             return call();
         } catch (const std::exception& error) {
@@ -44,11 +50,12 @@ OBXResult KLBMgr::QueryInterface(const OBXGuid& iid, void** out) {
     if (out == nullptr) {
         return kNullArgument;
     }
-    if (iid == KLB_IID_IKLBManager || iid == KLB_IID_IKLBManager1 || iid == KLB_IID_IOBXUnknown) {
+    if (isSame(iid, KLB_IID_IKLBManager) || isSame(iid, KLB_IID_IKLBManager1) ||
+        isSame(iid, KLB_IID_IOBXUnknown)) {
         auto* face = static_cast<IKLBManager*>(this);
         *out = face;
         face->AddRef();
-    } else if (iid == KLB_IID_IOBXSingleton) {
+    } else if (isSame(iid, KLB_IID_IOBXSingleton)) {
         auto* face = static_cast<IOBXSingleton*>(this);
         *out = face;
         face->AddRef();
@@ -70,7 +77,7 @@ OBXResult KLBMgr::RegisterToggleFile(std::uint32_t toggleFileType, const char* t
     if (toggleFileToken == nullptr || toggleFile == nullptr) {
         return kNullArgument;
     }
-    return guarded(publication_, kUnexpectedFailure, [&] {
+    return guarded(this, publication_, kUnexpectedFailure, [&] {
         registerToggleFile(static_cast<KLB_ToggleFileType>(toggleFileType), toggleFileToken,
                            toggleFile);
         return kSuccess;
@@ -92,7 +99,7 @@ OBXResult KLBMgr::registerToggleOfKind(const char* key, std::int32_t defaultValu
     if (key == nullptr || token == nullptr) {
         return kNullArgument;
     }
-    return guarded(publication_, kUnexpectedFailure, [&] {
+    return guarded(this, publication_, kUnexpectedFailure, [&] {
         registerToggle(key, defaultValue != 0, token, isDynamic);
         return kSuccess;
     });
@@ -110,7 +117,7 @@ OBXResult KLBMgr::getToggleOfKind(const char* key, std::uint32_t* value, bool dy
     if (key == nullptr || value == nullptr) {
         return kNullArgument;
     }
-    return guarded(publication_, kUnexpectedFailure, [&] {
+    return guarded(this, publication_, kUnexpectedFailure, [&] {
         *value = 0;
         *value = getToggle(key, dynamic) ? 1 : 0;
         return kSuccess;
@@ -121,7 +128,7 @@ OBXResult KLBMgr::SetDynamicToggle(const char* toggleKey, std::int32_t value) {
     if (toggleKey == nullptr) {
         return kNullArgument;
     }
-    return guarded(publication_, kUnexpectedFailure, [&] {
+    return guarded(this, publication_, kUnexpectedFailure, [&] {
         setDynamicToggle(toggleKey, value != 0);
         return kSuccess;
     });
@@ -139,19 +146,19 @@ OBXResult KLBMgr::isToggleOfKindRegistered(const char* key, bool dynamic) {
     if (key == nullptr) {
         return kNullArgument;
     }
-    return guarded(publication_, kNo, [&] {
+    return guarded(this, publication_, kNo, [&] {
         const ToggleLookup toggle = lookupToggle(key);
         return toggle.registered && toggle.isDynamic == dynamic ? kYes : kNo;
     });
 }
 
 OBXResult KLBMgr::IsToggleFileRegistered(const char* toggleFileToken) {
-    return guarded(publication_, kNo,
+    return guarded(this, publication_, kNo,
                    [&] { return isFeatureToggleFileRegistered(toggleFileToken) ? kYes : kNo; });
 }
 
 std::uint32_t KLBMgr::GetOverrideInfoString(char* buffer, std::uint32_t bufferSize) {
-    return guarded(publication_, std::uint32_t{0}, [&] {
+    return guarded(this, publication_, std::uint32_t{0}, [&] {
         return static_cast<std::uint32_t>(getOverrideInfoString(buffer, bufferSize));
     });
 }

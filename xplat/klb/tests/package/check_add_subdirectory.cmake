@@ -21,6 +21,10 @@ file(WRITE "${framework}/obx.h" "#pragma once
 ${header}
 #define HOST_FRAMEWORK_OBX
 __attribute__((used)) static const char hostFrameworkMark[] = \"compiled with the host's obx.h\";
+
+inline bool operator==(const OBXGuid& left, const OBXGuid& right) {
+  return left.data1 == right.data1 && left.data2 == right.data2 && left.data3 == right.data3;
+}
 ")
 run(${configure} -DKLB_INSTALL=ON "-DKLB_OBX_INCLUDE_DIR=${framework}"
   "-DHOST_FRAMEWORK_DIR=${framework}")

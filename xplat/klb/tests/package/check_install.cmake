@@ -10,13 +10,15 @@ list(FILTER installed EXCLUDE REGEX "^lib/cmake/klb/klbTargets-[a-z]+\\.cmake$")
 set(expected
   include/klb/IKLBManager.h
   include/klb/klb.h
-  include/klb/obx.h
   lib/cmake/klb/klbConfig.cmake
   lib/cmake/klb/klbConfigVersion.cmake
   lib/cmake/klb/klbTargets.cmake
   lib/pkgconfig/klb.pc
   share/doc/klb/CHANGELOG.md
   share/doc/klb/README.md)
+if(NOT OBX_INCLUDE_DIR)
+  list(APPEND expected include/klb/obx.h)
+endif()
 if(WINDOWS)
   list(APPEND expected bin/klb.dll bin/libcrypto-3-x64.dll lib/libklb.dll.a
     share/doc/klb/OpenSSL-LICENSE.txt)
@@ -48,6 +50,10 @@ foreach(package IN LISTS packages)
     endif()
   endforeach()
 endforeach()
+
+string(REGEX REPLACE "([][+.*()^$?|\\])" "\\\\\\1" source_directory "${KLB_SOURCE_DIR}")
+file(STRINGS "${library}" places REGEX "${source_directory}" LIMIT_COUNT 1)
+expect("source directory in ${library}" "${places}" "")
 
 run("${OBJDUMP}" -h "${library}")
 if(output MATCHES "\\.debug_info")

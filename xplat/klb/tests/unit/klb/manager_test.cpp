@@ -1,5 +1,6 @@
 #include "klb/manager.h"
 
+#include "klb/library_state.h"
 #include "support/failing_allocation.h"
 #include "support/fake_platform.h"
 
@@ -58,6 +59,10 @@ TEST(ComponentFace, AnswersNothingWhenMemoryRunsOut) {
     platform.deviceIdentity = "a device identifier of some length";
     const auto manager = createManager("", false, platform.services());
     IKLBManager& face = *manager;
+    // The face belongs to the library's manager and to no other.
+    EXPECT_EQ(face.GetOverrideInfoString(nullptr, 0), 0U);
+    EXPECT_EQ(face.RegisterToggle("/key", 1, "token"), static_cast<OBXResult>(0x8000FFFFU));
+    libraryState().manager = manager.get();
     const std::uint32_t size = face.GetOverrideInfoString(nullptr, 0);
     EXPECT_GT(size, 0U);
     {
@@ -74,6 +79,7 @@ TEST(ComponentFace, AnswersNothingWhenMemoryRunsOut) {
     EXPECT_EQ(face.IsToggleRegistered("/key"), 0);
     EXPECT_EQ(face.RegisterToggle("/key", 1, "token"), 0);
     EXPECT_EQ(face.IsToggleRegistered("/key"), 1);
+    libraryState().manager = nullptr;
 }
 
 struct CountingInterface {
