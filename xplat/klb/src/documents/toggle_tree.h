@@ -29,6 +29,10 @@ public:
     };
 
     ToggleTree();
+    // Nodes refer to one another, where they are.
+    ToggleTree(ToggleTree&&) = default;
+    ToggleTree(const ToggleTree&) = delete;
+    ToggleTree& operator=(const ToggleTree&) = delete;
 
     /// Enters a toggle whose key comes behind all keys entered so far, in the order of their
     /// bytes. A key that does not begin with "/" has no place, nor has one that would have to go
