@@ -2,10 +2,10 @@
 include("${CMAKE_CURRENT_LIST_DIR}/steps.cmake")
 
 # Versions that must not be found, made from the one that is there.
-string(REPLACE "." ";" parts "${VERSION}")
-list(GET parts 0 major)
-list(GET parts 1 minor)
-list(GET parts 2 patch)
+string(REPLACE "." ";" numbers "${VERSION}")
+list(GET numbers 0 major)
+list(GET numbers 1 minor)
+list(GET numbers 2 patch)
 math(EXPR next_major "${major} + 1")
 math(EXPR next_minor "${minor} + 1")
 math(EXPR next_patch "${patch} + 1")
