@@ -1,10 +1,16 @@
-# What the library is built on: libcrypto, RapidJSON (headers only) and the C++ library.
+# What the library is built on: libcrypto, the C++ library, and headers of RapidJSON (documents),
+# robin-map and xxHash (finding names in them).
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 
-find_path(KLB_RAPIDJSON_INCLUDE_DIR rapidjson/document.h REQUIRED)
-mark_as_advanced(KLB_RAPIDJSON_INCLUDE_DIR)
-add_library(klb_rapidjson INTERFACE)
-target_include_directories(klb_rapidjson SYSTEM INTERFACE "${KLB_RAPIDJSON_INCLUDE_DIR}")
+add_library(klb_headers INTERFACE)
+function(klb_find_headers variable header)
+  find_path(${variable} "${header}" REQUIRED)
+  mark_as_advanced(${variable})
+  target_include_directories(klb_headers SYSTEM INTERFACE "${${variable}}")
+endfunction()
+klb_find_headers(KLB_RAPIDJSON_INCLUDE_DIR rapidjson/document.h)
+klb_find_headers(KLB_ROBIN_MAP_INCLUDE_DIR tsl/robin_map.h)
+klb_find_headers(KLB_XXHASH_INCLUDE_DIR xxhash.h)
 
 if(PROJECT_IS_TOP_LEVEL)
   # The build records what it was made from. On Windows builds the package version says which

@@ -1,6 +1,6 @@
 # Cross-compiles for 64-bit Windows with MinGW-w64 (posix threads) and runs programs under Wine.
 # scripts/setup puts what Windows builds need beside the compiler's own libraries into the cache
-# directory: libcrypto as a DLL with its headers, and a view of the RapidJSON headers.
+# directory: libcrypto as a DLL with its headers, and a view of the libraries that are headers only.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR AMD64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)

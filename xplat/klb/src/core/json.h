@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include <rapidjson/allocators.h>
 #include <rapidjson/document.h>
@@ -87,6 +88,14 @@ private:
 using JsonPool = rapidjson::MemoryPoolAllocator<JsonAllocator>;
 using JsonDocument = rapidjson::GenericDocument<rapidjson::UTF8<>, JsonPool, JsonAllocator>;
 using JsonValue = JsonDocument::ValueType;
+using JsonMember = JsonValue::Member;
+
+inline std::string_view textOf(const JsonValue& string) noexcept {
+    return {string.GetString(), string.GetStringLength()};
+}
+inline std::string_view nameOf(const JsonMember& member) noexcept {
+    return textOf(member.name);
+}
 
 } // namespace klb
 

@@ -1,14 +1,75 @@
 #ifndef KLB_CORE_NAME_INDEX_H
 #define KLB_CORE_NAME_INDEX_H
 
+#include "core/name_hash.h"
+
+#include <cstddef>
+#include <memory>
 #include <string_view>
-#include <unordered_map>
+
+#include <tsl/robin_set.h>
 
 namespace klb {
 
-/// Finds an object by name in one probe. The names stay with their owners.
-template <class Value>
-using NameIndex = std::unordered_map<std::string_view, Value*>;
+/// Finds objects by name in one probe. Objects and names stay with their owners; the index has
+/// nothing of them but their addresses. A function nameOf(const Object&) beside the object's type
+/// tells a name.
+template <class Object>
+class NameIndex {
+public:
+    NameIndex() {
+        // Robin Hood hashing keeps the probes short up to here.
+        objects_.max_load_factor(0.8F);
+    }
+
+    void reserve(std::size_t count) {
+        objects_.reserve(count);
+    }
+    /// Leaves an object of the same name in its place.
+    void insert(Object& object) {
+        objects_.insert(&object);
+    }
+    void erase(std::string_view name) noexcept {
+        objects_.erase(name);
+    }
+
+    /// The object of this name, or null.
+    Object* find(std::string_view name) const {
+        const auto found = objects_.find(name);
+        return found != objects_.end() ? *found : nullptr;
+    }
+    std::size_t size() const noexcept {
+        return objects_.size();
+    }
+
+private:
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view name) const noexcept {
+            return hash(name);
+        }
+        std::size_t operator()(const Object* object) const noexcept {
+            return hash(nameOf(*object));
+        }
+        NameHash hash;
+    };
+    struct SameName {
+        using is_transparent = void;
+        bool operator()(const Object* object, std::string_view name) const noexcept {
+            return nameOf(*object) == name;
+        }
+        bool operator()(std::string_view name, const Object* object) const noexcept {
+            return nameOf(*object) == name;
+        }
+        bool operator()(const Object* one, const Object* other) const noexcept {
+            return nameOf(*one) == nameOf(*other);
+        }
+    };
+
+    // Keeps the hashes, so that most comparisons are of numbers and growing looks at no name.
+    static constexpr bool kKeepHashes = true;
+    tsl::robin_set<Object*, Hash, SameName, std::allocator<Object*>, kKeepHashes> objects_;
+};
 
 } // namespace klb
 

@@ -54,7 +54,7 @@ struct ToggleProperty {
 
 /// One toggle.
 struct ToggleRecord {
-    /// The text is the key in the registry's table.
+    /// The registry has the text.
     std::string_view key;
     bool defaultValue = false;
     bool currentValue = false;
@@ -71,7 +71,18 @@ struct ToggleRecord {
     bool value() const noexcept {
         return differs ? currentValue : defaultValue;
     }
+    void setValue(bool value, bool byOverrideFile) noexcept {
+        currentValue = value;
+        overridden = byOverrideFile;
+        if (value != defaultValue) {
+            differs = true;
+        }
+    }
 };
+
+inline std::string_view nameOf(const ToggleRecord& toggle) noexcept {
+    return toggle.key;
+}
 
 } // namespace klb
 

@@ -6,17 +6,17 @@
 #include "core/records.h"
 #include "platform/platform.h"
 
-#include <functional>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace klb {
 
-/// Owns the toggles. A record stays where it is, as does its key.
-using ToggleTable = std::map<std::string, ToggleRecord, std::less<>>;
+/// Owns the toggles. A record stays where it is.
+using ToggleTable = std::pmr::map<std::string_view, ToggleRecord>;
 
 /// Everything that the host set up and registered. Nothing in it is removed while it lives, so
 /// records may refer to each other and maps to the texts of their records. Not synchronised: the
@@ -32,7 +32,9 @@ struct Registry {
     std::map<std::string_view, std::unique_ptr<ToggleFileRecord>> filesByToken;
     std::map<std::string_view, ToggleFileRecord*> filesByPath;
     std::vector<ToggleFileRecord*> filesInOrder;
-    ToggleTable togglesByKey;
+    /// The toggles and the texts of their keys, side by side, since a query reads both.
+    std::pmr::monotonic_buffer_resource toggleMemory;
+    ToggleTable togglesByKey{&toggleMemory};
 
     bool enableOverride = false;
     /// The override file's record, once it has been registered.

@@ -1,15 +1,56 @@
 #ifndef KLB_CORE_REPORT_BUFFER_H
 #define KLB_CORE_REPORT_BUFFER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 namespace klb {
 
-/// Gives a report to the host: as much of the text as the buffer takes, and always a NUL behind it.
-/// The size that the whole text needs, its NUL included, when there is no buffer; else how many
-/// bytes were written.
-std::uint64_t copyReport(std::string_view text, char* buffer, std::uint64_t bufferSize) noexcept;
+/// Gives a report to the host while it is written: as much of the text as the host's buffer takes,
+/// and always a NUL behind it. Counts the rest, so that no copy of the text is needed. Also one of
+/// RapidJSON's output streams.
+class ReportBuffer {
+public:
+    using Ch = char;
+
+    /// \param buffer Null when the host asks for the size only.
+    ReportBuffer(char* buffer, std::uint64_t bufferSize) noexcept
+        : buffer_(buffer),
+          bufferSize_(bufferSize),
+          room_(buffer != nullptr && bufferSize > 0 ? bufferSize - 1 : 0) {}
+
+    void Put(Ch c) noexcept {
+        if (size_ < room_) {
+            buffer_[size_] = c;
+        }
+        ++size_;
+    }
+    void Flush() noexcept {}
+    friend void PutN(ReportBuffer& report, Ch c, std::size_t count) noexcept {
+        report.fill(c, count);
+    }
+    void append(std::string_view text) noexcept;
+
+    /// How much of the text there has been so far.
+    std::uint64_t size() const noexcept {
+        return size_;
+    }
+
+    /// Ends the text. The size that the whole needs, its NUL included, when there is no buffer;
+    /// else how many bytes were written.
+    std::uint64_t finish() noexcept;
+
+private:
+    void fill(char c, std::size_t count) noexcept;
+    /// How many of the next bytes still go into the buffer.
+    std::size_t roomFor(std::size_t count) const noexcept;
+
+    char* buffer_;
+    std::uint64_t bufferSize_;
+    std::uint64_t room_;
+    std::uint64_t size_ = 0;
+};
 
 } // namespace klb
 

@@ -8,6 +8,8 @@
 
 namespace klb {
 
+using MemberIndex = NameIndex<const JsonMember>;
+
 /// A parsed and accepted toggle document. Not synchronised: the library lock guards it.
 struct ToggleDocument {
     /// With a cleanser, nothing of the document stays in memory that it gives back.
@@ -27,9 +29,9 @@ struct ToggleDocument {
     /// Where a toggle file's toggles are: the root's "features" member, or else the root itself.
     const JsonValue* toggleTree = nullptr;
 
-    /// The members by name of those objects that have many, each filled when a look-up first
-    /// passes it. RapidJSON finds members by comparing one after the other.
-    std::unordered_map<const JsonValue*, NameIndex<const JsonValue>> wideObjects;
+    /// The members of those objects that have many, each index filled when a look-up first passes
+    /// the object. RapidJSON finds members by comparing one after the other.
+    std::unordered_map<const JsonValue*, MemberIndex> wideObjects;
 };
 
 } // namespace klb

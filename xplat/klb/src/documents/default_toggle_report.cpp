@@ -95,28 +95,29 @@ void beginNode(Narrator<Handler>& report, const ToggleTree::Node& node) {
 /// A walk without recursion: a key may have any number of segments.
 template <class Handler>
 void tellToggles(Narrator<Handler>& report, const ToggleTree& tree) {
-    const ToggleTree::Node* node = &tree.root();
-    const ToggleTree::Node* next = node->firstChild;
-    beginNode(report, *node);
+    beginNode(report, tree.root());
+    const ToggleTree::Node* next = tree.firstChild(tree.root());
+    /// What follows on each open object below the root.
+    std::vector<const ToggleTree::Node*> followers;
     while (true) {
         if (next != nullptr) {
             report.name(tree.nameOf(*next));
             beginNode(report, *next);
-            node = next;
-            next = node->firstChild;
+            followers.push_back(tree.nextSibling(*next));
+            next = tree.firstChild(*next);
             continue;
         }
         report.endObject();
-        if (node->parent == nullptr) {
+        if (followers.empty()) {
             return;
         }
-        next = node->nextSibling;
-        node = node->parent;
+        next = followers.back();
+        followers.pop_back();
     }
 }
 
 ToggleTree treeOf(const ToggleTable& toggles) {
-    ToggleTree tree;
+    ToggleTree tree(toggles.size());
     for (const auto& [key, toggle] : toggles) {
         tree.addToggleReportEntry(toggle);
     }
@@ -154,9 +155,9 @@ struct Report {
     }
 };
 
-/// Refuses a report whose text would be too long, before memory is taken for its document. The
-/// exact size is counted only when it may be beyond the limit.
-void checkSize(const Report& report) {
+/// The depth of a report's document. Refuses a report whose text would be too long, before memory
+/// is taken for the document. The exact size is counted only when it may be beyond the limit.
+std::size_t checkedDepth(const Report& report) {
     JsonSizeBound bound;
     report.tellTo(bound);
     if (bound.bytes() > kMaxJsonTextSize) {
@@ -164,6 +165,18 @@ void checkSize(const Report& report) {
         IndentingWriter<LimitedStream> writer(stream);
         report.tellTo(writer);
     }
+    return bound.depth();
+}
+
+/// Fills the document and gives its depth.
+std::size_t populate(JsonDocument& document, const Report& report) {
+    const std::size_t depth = checkedDepth(report);
+    const auto events = [&](JsonDocument& handler) {
+        report.tellTo(handler);
+        return true;
+    };
+    document.Populate(events);
+    return depth;
 }
 
 } // namespace
@@ -172,18 +185,11 @@ std::uint64_t buildDefaultToggleJson(const Registry& registry, JsonDocument& doc
                                      const char* moduleName, const char* moduleVersion,
                                      char* buffer, std::uint64_t bufferSize) {
     document.SetObject();
-    JsonText text;
-    {
-        const Report report{registry, treeOf(registry.togglesByKey), moduleName, moduleVersion};
-        checkSize(report);
-        const auto events = [&](JsonDocument& handler) {
-            report.tellTo(handler);
-            return true;
-        };
-        document.Populate(events);
-    }
-    writeIndented(document, text);
-    return copyReport(text.view(), buffer, bufferSize);
+    const std::size_t depth =
+        populate(document, {registry, treeOf(registry.togglesByKey), moduleName, moduleVersion});
+    ReportBuffer report(buffer, bufferSize);
+    writeIndented(document, depth, report);
+    return report.finish();
 }
 
 } // namespace klb

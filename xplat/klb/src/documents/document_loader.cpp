@@ -89,7 +89,7 @@ const char* findDocumentError(const JsonValue& root, std::string_view systemId) 
     if (id == nullptr || !id->IsString()) {
         return "ErrorSystemIdMustBeString";
     }
-    if (std::string_view(id->GetString(), id->GetStringLength()) != systemId) {
+    if (textOf(*id) != systemId) {
         return "ErrorSystemIdDoesNotMatch";
     }
     return nullptr;

@@ -7,21 +7,17 @@ namespace {
 // Up to here comparing names one by one is as fast as an index, and takes no memory.
 constexpr rapidjson::SizeType kMaxMembersWithoutIndex = 16;
 
-std::string_view textOf(const JsonValue& string) {
-    return {string.GetString(), string.GetStringLength()};
-}
-
-NameIndex<const JsonValue> indexMembers(const JsonValue& object) {
-    NameIndex<const JsonValue> index;
+MemberIndex indexMembers(const JsonValue& object) {
+    MemberIndex index;
     index.reserve(object.MemberCount());
     for (auto member = object.MemberBegin(); member != object.MemberEnd(); ++member) {
         // Of members with the same name the first one counts.
-        index.try_emplace(textOf(member->name), &member->value);
+        index.insert(*member);
     }
     return index;
 }
 
-const NameIndex<const JsonValue>& membersOf(ToggleDocument& document, const JsonValue& object) {
+const MemberIndex& membersOf(ToggleDocument& document, const JsonValue& object) {
     const auto known = document.wideObjects.find(&object);
     if (known != document.wideObjects.end()) {
         return known->second;
@@ -34,12 +30,11 @@ const NameIndex<const JsonValue>& membersOf(ToggleDocument& document, const Json
 const JsonValue* findMember(ToggleDocument& document, const JsonValue& object,
                             std::string_view name) {
     if (object.MemberCount() > kMaxMembersWithoutIndex) {
-        const NameIndex<const JsonValue>& members = membersOf(document, object);
-        const auto member = members.find(name);
-        return member != members.end() ? member->second : nullptr;
+        const auto* member = membersOf(document, object).find(name);
+        return member != nullptr ? &member->value : nullptr;
     }
     for (auto member = object.MemberBegin(); member != object.MemberEnd(); ++member) {
-        if (textOf(member->name) == name) {
+        if (nameOf(*member) == name) {
             return &member->value;
         }
     }

@@ -1,24 +1,17 @@
 #include "documents/json_text.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace klb {
 
-void JsonText::grow(std::size_t count) {
-    constexpr std::size_t kFirstCapacity = 4096;
-    const std::size_t capacity = std::max({kFirstCapacity, 2 * capacity_, size_ + count});
-    bytes_ = static_cast<char*>(JsonAllocator().Realloc(bytes_, capacity_, capacity));
-    capacity_ = capacity;
-}
-
-void writeIndented(const JsonValue& object, JsonText& text) {
+void writeIndented(const JsonValue& object, std::size_t depth, ReportBuffer& report) {
     struct Level {
         JsonValue::ConstMemberIterator next;
         JsonValue::ConstMemberIterator end;
     };
-    IndentingWriter<JsonText> writer(text);
+    IndentingWriter<ReportBuffer> writer(report, depth);
     std::vector<Level> levels;
+    levels.reserve(depth);
     const auto open = [&](const JsonValue& opened) {
         writer.StartObject();
         levels.push_back({opened.MemberBegin(), opened.MemberEnd()});

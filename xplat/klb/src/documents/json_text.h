@@ -2,11 +2,11 @@
 #define KLB_DOCUMENTS_JSON_TEXT_H
 
 #include "core/json.h"
+#include "core/report_buffer.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <stdexcept>
-#include <string_view>
 
 #include <rapidjson/prettywriter.h>
 
@@ -14,49 +14,6 @@ namespace klb {
 
 /// What a text may have at most: indentation grows with the square of the depth.
 constexpr std::size_t kMaxJsonTextSize = std::size_t{1} << 30;
-
-/// The stream that a text is written to. RapidJSON's own reserves six times the size of the next
-/// string, which it counts in 32 bits.
-class JsonText {
-public:
-    using Ch = char;
-
-    JsonText() = default;
-    JsonText(const JsonText&) = delete;
-    JsonText& operator=(const JsonText&) = delete;
-    ~JsonText() {
-        JsonAllocator::Free(bytes_);
-    }
-
-    void Put(Ch c) {
-        if (size_ == capacity_) {
-            grow(1);
-        }
-        bytes_[size_++] = c;
-    }
-    void Flush() noexcept {}
-    friend void PutN(JsonText& text, Ch c, std::size_t count) {
-        if (text.capacity_ - text.size_ < count) {
-            text.grow(count);
-        }
-        std::memset(text.bytes_ + text.size_, c, count);
-        text.size_ += count;
-    }
-
-    std::string_view view() const noexcept {
-        return {bytes_, size_};
-    }
-    std::size_t capacity() const noexcept {
-        return capacity_;
-    }
-
-private:
-    void grow(std::size_t count);
-
-    char* bytes_ = nullptr;
-    std::size_t size_ = 0;
-    std::size_t capacity_ = 0;
-};
 
 /// A stream that keeps nothing. \throws std::length_error when the text becomes too long.
 class LimitedStream {
@@ -85,29 +42,38 @@ private:
     std::size_t size_ = 0;
 };
 
-/// Turns JSON events into an indented text.
+/// How many spaces a level is indented by.
+constexpr unsigned kIndentation = 4;
+
+/// Turns JSON events into an indented text. Up to the given depth it needs no memory once the first
+/// byte has been written.
 template <class Stream>
 class IndentingWriter
     : public rapidjson::PrettyWriter<Stream, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonAllocator> {
-public:
-    static constexpr unsigned kIndentation = 4;
+    using Writer =
+        rapidjson::PrettyWriter<Stream, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonAllocator>;
 
-    explicit IndentingWriter(Stream& stream)
-        : rapidjson::PrettyWriter<Stream, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonAllocator>(
-              stream) {
+public:
+    explicit IndentingWriter(Stream& stream, std::size_t depth = Writer::kDefaultLevelDepth)
+        : Writer(stream, nullptr, depth) {
         this->SetIndent(' ', kIndentation);
     }
 };
 
-/// Takes JSON events and adds up what their indented text can have at most.
+/// Takes JSON events, adds up what their indented text can have at most, and measures how deep it
+/// is.
 class JsonSizeBound {
 public:
     std::size_t bytes() const noexcept {
         return bytes_;
     }
+    std::size_t depth() const noexcept {
+        return depth_;
+    }
 
     void StartObject() noexcept {
         ++level_;
+        depth_ = std::max(depth_, level_);
     }
     void Key(const char*, rapidjson::SizeType length, bool) noexcept {
         addLine();
@@ -126,7 +92,7 @@ public:
 
 private:
     void addLine() noexcept {
-        bytes_ += IndentingWriter<JsonText>::kIndentation * level_ + kPunctuation;
+        bytes_ += kIndentation * level_ + kPunctuation;
     }
     void addText(std::size_t length) noexcept {
         bytes_ += kLongestEscape * length + kPunctuation;
@@ -137,12 +103,14 @@ private:
     static constexpr std::size_t kPunctuation = 8;
 
     std::size_t level_ = 0;
+    std::size_t depth_ = 0;
     std::size_t bytes_ = 0;
 };
 
-/// Writes an object of objects, texts and truth values as RapidJSON's PrettyWriter does, at any
-/// depth without recursion.
-void writeIndented(const JsonValue& object, JsonText& text);
+/// Writes an object of objects, texts and truth values as RapidJSON's PrettyWriter does, without
+/// recursion. When memory runs out it has not written anything, as long as no object lies deeper
+/// than `depth`, where the outermost one is 1 deep.
+void writeIndented(const JsonValue& object, std::size_t depth, ReportBuffer& report);
 
 } // namespace klb
 

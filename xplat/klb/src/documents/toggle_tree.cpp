@@ -4,9 +4,10 @@
 
 namespace klb {
 
-ToggleTree::ToggleTree() {
+ToggleTree::ToggleTree(std::size_t count) {
+    nodes_.reserve(count + 1);
     nodes_.emplace_back();
-    open_.push_back({0, &nodes_.front()});
+    open_.emplace_back();
 }
 
 void ToggleTree::addToggleReportEntry(const ToggleRecord& toggle) {
@@ -21,35 +22,41 @@ void ToggleTree::addToggleReportEntry(const ToggleRecord& toggle) {
         open_.pop_back();
     }
     lastKey_ = key;
-    auto parent = open_.rbegin();
-    while (key[parent->end] != '/') {
-        ++parent;
+    std::size_t parent = open_.size() - 1;
+    while (key[open_[parent].end] != '/') {
+        --parent;
     }
 
-    Node* node = parent->node;
-    std::size_t end = parent->end;
+    std::size_t node = open_[parent].node;
+    std::size_t end = open_[parent].end;
     while (end != key.size()) {
         const std::size_t begin = end + 1;
         end = std::min(key.find('/', begin), key.size());
         const std::string_view name = key.substr(begin, end - begin);
-        if (node->properties && node->properties->contain(name)) {
+        const auto& properties = nodes_[node].properties;
+        if (properties && properties->contain(name)) {
             return;
         }
-        node = &add(*node, name);
-        open_.push_back({end, node});
+        node = add(open_[parent], name);
+        parent = open_.size();
+        open_.push_back({end, node, 0});
     }
-    node->properties.emplace(toggle);
+    nodes_[node].properties.emplace(toggle);
 }
 
-ToggleTree::Node& ToggleTree::add(Node& parent, std::string_view name) {
+std::size_t ToggleTree::add(Open& parent, std::string_view name) {
+    const std::size_t place = nodes_.size();
     Node& node = nodes_.emplace_back();
     node.nameBegin = names_.size();
     node.nameSize = name.size();
     names_ += name;
-    node.parent = &parent;
-    (parent.lastChild != nullptr ? parent.lastChild->nextSibling : parent.firstChild) = &node;
-    parent.lastChild = &node;
-    return node;
+    if (parent.lastChild != 0) {
+        nodes_[parent.lastChild].nextSibling = place;
+    } else {
+        nodes_[parent.node].firstChild = place;
+    }
+    parent.lastChild = place;
+    return place;
 }
 
 } // namespace klb

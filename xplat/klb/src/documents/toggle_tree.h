@@ -4,7 +4,6 @@
 #include "core/properties.h"
 
 #include <cstddef>
-#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,17 +21,13 @@ public:
         /// They stand in the object before its children; none in an object that is only on the way
         /// to others.
         std::optional<ToggleProperties> properties;
-        Node* parent = nullptr;
-        Node* firstChild = nullptr;
-        Node* lastChild = nullptr;
-        Node* nextSibling = nullptr;
+        // Places in the tree's list of nodes; 0, the root's, when there is none.
+        std::size_t firstChild = 0;
+        std::size_t nextSibling = 0;
     };
 
-    ToggleTree();
-    // Nodes refer to one another, where they are.
-    ToggleTree(ToggleTree&&) = default;
-    ToggleTree(const ToggleTree&) = delete;
-    ToggleTree& operator=(const ToggleTree&) = delete;
+    /// \param count How many toggles to make room for.
+    explicit ToggleTree(std::size_t count = 0);
 
     /// Enters a toggle whose key comes behind all keys entered so far, in the order of their
     /// bytes. A key that does not begin with "/" has no place, nor has one that would have to go
@@ -42,6 +37,13 @@ public:
     const Node& root() const noexcept {
         return nodes_.front();
     }
+    /// Null when there is none, as is the next one of nextSibling().
+    const Node* firstChild(const Node& node) const noexcept {
+        return nodeAt(node.firstChild);
+    }
+    const Node* nextSibling(const Node& node) const noexcept {
+        return nodeAt(node.nextSibling);
+    }
     std::string_view nameOf(const Node& node) const noexcept {
         return std::string_view(names_).substr(node.nameBegin, node.nameSize);
     }
@@ -49,13 +51,17 @@ public:
 private:
     /// An object whose path is the beginning of the last key, up to `end`.
     struct Open {
-        std::size_t end;
-        Node* node;
+        std::size_t end = 0;
+        std::size_t node = 0;
+        std::size_t lastChild = 0;
     };
 
-    Node& add(Node& parent, std::string_view name);
+    const Node* nodeAt(std::size_t place) const noexcept {
+        return place != 0 ? &nodes_[place] : nullptr;
+    }
+    std::size_t add(Open& parent, std::string_view name);
 
-    std::deque<Node> nodes_;
+    std::vector<Node> nodes_;
     std::string names_;
     std::string_view lastKey_;
     /// From the shortest path to the longest. Not every one of them leads to the last key: /a is

@@ -1,6 +1,7 @@
 #ifndef KLB_KLB_LIBRARY_STATE_H
 #define KLB_KLB_LIBRARY_STATE_H
 
+#include "core/message_reporter.h"
 #include "klb/manager.h"
 
 #include <mutex>
@@ -16,7 +17,11 @@ struct LibraryState {
     KLBMgr* manager = nullptr;
 };
 
-LibraryState& libraryState() noexcept;
+extern LibraryState processState;
+
+inline LibraryState& libraryState() noexcept {
+    return processState;
+}
 
 /// The library lock, held for one exported call, and the manager behind it.
 class LockedManager {
@@ -29,7 +34,13 @@ public:
     }
 
     /// Whether the library is initialised; when not, reports the text as a call in the wrong state.
-    bool orReport(const char* text) const;
+    bool orReport(const char* text) const {
+        if (manager_ == nullptr) {
+            reportDomainError(text);
+            return false;
+        }
+        return true;
+    }
 
     KLBMgr* operator->() const noexcept {
         return manager_;

@@ -64,18 +64,6 @@ void KLBMgr::registerToggle(const char* key, bool defaultValue, const char* toke
     klb::registerToggle(registry_, key, defaultValue, token, isDynamic);
 }
 
-ToggleLookup KLBMgr::lookupToggle(const char* key) const {
-    return klb::lookupToggle(registry_, key);
-}
-
-bool KLBMgr::getToggle(const char* key, bool dynamic) const {
-    return klb::getToggle(registry_, key, dynamic);
-}
-
-void KLBMgr::setDynamicToggle(const char* key, bool value) {
-    klb::setDynamicToggle(registry_, key, value);
-}
-
 void KLBMgr::addToggleComment(const char* key, const char* comment) {
     addToggleProperty(registry_, key, "KLB_ToggleComment", comment);
 }

@@ -37,9 +37,15 @@ public:
     void registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file);
     bool isFeatureToggleFileRegistered(const char* token) const;
     void registerToggle(const char* key, bool defaultValue, const char* token, bool isDynamic);
-    ToggleLookup lookupToggle(const char* key) const;
-    bool getToggle(const char* key, bool dynamic) const;
-    void setDynamicToggle(const char* key, bool value);
+    ToggleLookup lookupToggle(const char* key) const {
+        return klb::lookupToggle(registry_, key);
+    }
+    bool getToggle(const char* key, bool dynamic) const {
+        return klb::getToggle(registry_, key, dynamic);
+    }
+    void setDynamicToggle(const char* key, bool value) {
+        klb::setDynamicToggle(registry_, key, value);
+    }
     void addToggleComment(const char* key, const char* comment);
     std::uint64_t getOverrideInfoString(char* buffer, std::uint64_t bufferSize) const;
     std::uint64_t buildDefaultToggleJson(const char* moduleName, const char* moduleVersion,

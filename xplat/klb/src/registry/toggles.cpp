@@ -4,12 +4,11 @@
 #include "core/rollback.h"
 #include "documents/document_loader.h"
 #include "documents/document_lookup.h"
-#include "registry/key_check.h"
 #include "registry/toggle_files.h"
 #include "trust/override_path.h"
 
+#include <memory_resource>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -27,14 +26,6 @@ void registerOverrideFile(Registry& registry) {
         &registerToggleFileToken(registry, KLB_ToggleFileType_Override, kOverrideToken);
 }
 
-void setValue(ToggleRecord& toggle, bool value, bool overridden) noexcept {
-    toggle.currentValue = value;
-    toggle.overridden = overridden;
-    if (value != toggle.defaultValue) {
-        toggle.differs = true;
-    }
-}
-
 std::optional<bool> lookUp(ToggleDocument& document, const JsonValue& tree, std::string_view key) {
     bool found = false;
     const bool value = lookupDocumentValue(key, false, found, document, tree);
@@ -48,7 +39,7 @@ void applyToggleFile(const Registry& registry, ToggleRecord& toggle) {
         return;
     }
     if (const auto value = lookUp(*document, *document->toggleTree, toggle.key)) {
-        setValue(toggle, *value, false);
+        toggle.setValue(*value, false);
     }
 }
 
@@ -62,15 +53,26 @@ void applyOverrideFile(const Registry& registry, ToggleRecord& toggle) {
         return;
     }
     if (const auto value = lookUp(*document, document->root, toggle.key)) {
-        setValue(toggle, *value, true);
+        toggle.setValue(*value, true);
     }
+}
+
+std::string_view copyText(std::string_view text, std::pmr::memory_resource& memory) {
+    char* copy = static_cast<char*>(memory.allocate(text.size(), alignof(char)));
+    text.copy(copy, text.size());
+    return {copy, text.size()};
 }
 
 /// Enters a finished toggle everywhere. All or nothing: memory may run out at each step but the
 /// last.
-void addToggle(Registry& registry, ToggleTable::node_type created) {
-    ToggleRecord& toggle = created.mapped();
-    const std::string_view key = toggle.key;
+void addToggle(Registry& registry, ToggleRecord finished) {
+    auto& toggles = registry.togglesByKey;
+    const std::string_view key = copyText(finished.key, registry.toggleMemory);
+    finished.key = key;
+    // Keys that come in their order find their place at once.
+    const auto entry = toggles.try_emplace(toggles.end(), key, std::move(finished));
+    Rollback forget([&]() noexcept { toggles.erase(entry); });
+    ToggleRecord& toggle = entry->second;
 
     auto& fileToggles = toggle.file->toggles;
     fileToggles.push_back(&toggle);
@@ -82,13 +84,10 @@ void addToggle(Registry& registry, ToggleTable::node_type created) {
     }
     Rollback equalise([&]() noexcept { differing.erase(key); });
 
-    registry.toggleIndex.emplace(key, &toggle);
-    Rollback unindex([&]() noexcept { registry.toggleIndex.erase(key); });
-
-    registry.togglesByKey.insert(std::move(created));
-    unindex.commit();
+    registry.toggleIndex.insert(toggle);
     equalise.commit();
     unlist.commit();
+    forget.commit();
 }
 
 } // namespace
@@ -116,72 +115,23 @@ void registerToggle(Registry& registry, const char* key, bool defaultValue, cons
         return;
     }
 
-    ToggleTable created;
-    const auto entry = created.try_emplace(key).first;
-    ToggleRecord& toggle = entry->second;
-    toggle.key = entry->first;
+    ToggleRecord toggle;
+    toggle.key = key;
     toggle.defaultValue = defaultValue;
     toggle.currentValue = defaultValue;
     toggle.isDynamic = isDynamic;
     toggle.file = &file;
     applyToggleFile(registry, toggle);
     applyOverrideFile(registry, toggle);
-    addToggle(registry, created.extract(entry));
+    addToggle(registry, std::move(toggle));
 }
 
-bool getToggle(const Registry& registry, const char* key, bool dynamic) {
-    if (!isQueryableKey(key, "getToggle: toggleKey cannot be NULL.",
-                        "getToggle: key cannot be an empty string.",
-                        "getToggle: key must start with '/' character.")) {
-        return false;
+void warnOfUnregisteredKey(const char* key) {
+    if (hasMessageCallback()) {
+        const std::string text =
+            "getToggle: key, " + std::string(key) + ", was not registered. Returning false.";
+        reportWarning(text.c_str());
     }
-    const ToggleRecord* toggle = findToggle(registry, key);
-    if (toggle == nullptr) {
-        if (hasMessageCallback()) {
-            const std::string text =
-                "getToggle: key, " + std::string(key) + ", was not registered. Returning false.";
-            reportWarning(text.c_str());
-        }
-        return false;
-    }
-    if (toggle->isDynamic != dynamic) {
-        // "is is": hosts know the text like this.
-        reportDomainError(dynamic ? "getToggle: key is is immutable after initialization."
-                                  : "getToggle: key is a mutable.");
-        return false;
-    }
-    return toggle->value();
-}
-
-void setDynamicToggle(Registry& registry, const char* key, bool value) {
-    if (!isQueryableKey(key, "setDynamicToggle: toggleKey cannot be NULL.",
-                        "setDynamicToggle: key cannot be an empty string.",
-                        "setDynamicToggle: key must start with '/' character.")) {
-        return;
-    }
-    ToggleRecord* toggle = findToggle(registry, key);
-    if (toggle == nullptr || !toggle->isDynamic) {
-        reportDomainError("setDynamicToggle: key was not registered as a mutable so it cannot be "
-                          "changed after initialization.");
-        return;
-    }
-    setValue(*toggle, value, false);
-}
-
-ToggleLookup lookupToggle(const Registry& registry, const char* key) {
-    if (key == nullptr) {
-        throw std::invalid_argument("getToggle: toggleKey cannot be NULL.");
-    }
-    const ToggleRecord* toggle = findToggle(registry, key);
-    if (toggle == nullptr) {
-        return {};
-    }
-    return {true, toggle->isDynamic};
-}
-
-ToggleRecord* findToggle(const Registry& registry, std::string_view key) {
-    const auto known = registry.toggleIndex.find(key);
-    return known != registry.toggleIndex.end() ? known->second : nullptr;
 }
 
 } // namespace klb

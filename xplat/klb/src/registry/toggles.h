@@ -1,8 +1,11 @@
 #ifndef KLB_REGISTRY_TOGGLES_H
 #define KLB_REGISTRY_TOGGLES_H
 
+#include "core/message_reporter.h"
 #include "core/registry.h"
+#include "registry/key_check.h"
 
+#include <stdexcept>
 #include <string_view>
 
 namespace klb {
@@ -12,11 +15,53 @@ namespace klb {
 void registerToggle(Registry& registry, const char* key, bool defaultValue, const char* token,
                     bool isDynamic);
 
+// Hosts ask in their inner loops, so what follows is inline: the calls between an export and the
+// index would be a good part of the whole.
+
+/// The record of a key, or null.
+inline ToggleRecord* findToggle(const Registry& registry, std::string_view key) {
+    return registry.toggleIndex.find(key);
+}
+
+/// Warns the host that it asked for an unknown key.
+void warnOfUnregisteredKey(const char* key);
+
 /// The value of a static or of a dynamic toggle; false, with a warning, for an unknown key.
-bool getToggle(const Registry& registry, const char* key, bool dynamic);
+inline bool getToggle(const Registry& registry, const char* key, bool dynamic) {
+    if (!isQueryableKey(key, "getToggle: toggleKey cannot be NULL.",
+                        "getToggle: key cannot be an empty string.",
+                        "getToggle: key must start with '/' character.")) {
+        return false;
+    }
+    const ToggleRecord* toggle = findToggle(registry, key);
+    if (toggle == nullptr) {
+        warnOfUnregisteredKey(key);
+        return false;
+    }
+    if (toggle->isDynamic != dynamic) {
+        // "is is": hosts know the text like this.
+        reportDomainError(dynamic ? "getToggle: key is is immutable after initialization."
+                                  : "getToggle: key is a mutable.");
+        return false;
+    }
+    return toggle->value();
+}
 
 /// Changes the value of a dynamic toggle.
-void setDynamicToggle(Registry& registry, const char* key, bool value);
+inline void setDynamicToggle(Registry& registry, const char* key, bool value) {
+    if (!isQueryableKey(key, "setDynamicToggle: toggleKey cannot be NULL.",
+                        "setDynamicToggle: key cannot be an empty string.",
+                        "setDynamicToggle: key must start with '/' character.")) {
+        return;
+    }
+    ToggleRecord* toggle = findToggle(registry, key);
+    if (toggle == nullptr || !toggle->isDynamic) {
+        reportDomainError("setDynamicToggle: key was not registered as a mutable so it cannot be "
+                          "changed after initialization.");
+        return;
+    }
+    toggle->setValue(value, false);
+}
 
 struct ToggleLookup {
     bool registered = false;
@@ -25,10 +70,16 @@ struct ToggleLookup {
 
 /// Whether a key is known and of which kind it is. \throws std::invalid_argument for a null key,
 /// with or without a message callback.
-ToggleLookup lookupToggle(const Registry& registry, const char* key);
-
-/// The record of a key, or null.
-ToggleRecord* findToggle(const Registry& registry, std::string_view key);
+inline ToggleLookup lookupToggle(const Registry& registry, const char* key) {
+    if (key == nullptr) {
+        throw std::invalid_argument("getToggle: toggleKey cannot be NULL.");
+    }
+    const ToggleRecord* toggle = findToggle(registry, key);
+    if (toggle == nullptr) {
+        return {};
+    }
+    return {true, toggle->isDynamic};
+}
 
 } // namespace klb
 

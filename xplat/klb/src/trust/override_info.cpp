@@ -2,26 +2,25 @@
 
 #include "core/report_buffer.h"
 
-#include <string>
 #include <string_view>
 
 namespace klb {
 
 namespace {
 
-void addLine(std::string& text, std::string_view subject, std::string_view content) {
-    text += subject;
-    text += " : ";
-    text += content;
-    text += '\n';
+void addLine(ReportBuffer& report, std::string_view subject, std::string_view content) {
+    report.append(subject);
+    report.append(" : ");
+    report.append(content);
+    report.append("\n");
 }
 
-void addFile(std::string& text, const ToggleFileRecord& file) {
+void addFile(ReportBuffer& report, const ToggleFileRecord& file) {
     // "UNKNONN": hosts know the text like this.
-    addLine(text, file.token, file.path.empty() ? "UNKNONN" : std::string_view(file.path));
+    addLine(report, file.token, file.path.empty() ? "UNKNONN" : std::string_view(file.path));
     for (const auto& [key, toggle] : file.differingToggles) {
         if (toggle->differs) {
-            addLine(text, key, toggle->currentValue ? "true" : "false");
+            addLine(report, key, toggle->currentValue ? "true" : "false");
         }
     }
 }
@@ -30,16 +29,16 @@ void addFile(std::string& text, const ToggleFileRecord& file) {
 
 std::uint64_t getOverrideInfoString(const Registry& registry, char* buffer,
                                     std::uint64_t bufferSize) {
-    std::string text;
+    ReportBuffer report(buffer, bufferSize);
     if (!registry.deviceId.empty()) {
-        addLine(text, "DeviceID", registry.deviceId);
+        addLine(report, "DeviceID", registry.deviceId);
     }
     for (const auto& [token, file] : registry.filesByToken) {
         if (!file->differingToggles.empty()) {
-            addFile(text, *file);
+            addFile(report, *file);
         }
     }
-    return text.empty() ? 0 : copyReport(text, buffer, bufferSize);
+    return report.size() == 0 ? 0 : report.finish();
 }
 
 } // namespace klb

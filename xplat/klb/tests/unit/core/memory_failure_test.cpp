@@ -111,10 +111,12 @@ TEST_F(MemoryFailure, AToggleIsRegisteredWholeOrNotAtAll) {
     for (const char* key : {kKey, kOverridden}) {
         SCOPED_TRACE(key);
         const int allocations = failEachAllocation([&] {
-            ASSERT_EQ(registry.togglesByKey.contains(key), registry.toggleIndex.contains(key));
+            ASSERT_EQ(registry.togglesByKey.contains(key),
+                      registry.toggleIndex.find(key) != nullptr);
             manager->registerToggle(key, false, kToken, false);
         });
-        EXPECT_GT(allocations, 3);
+        // The records come from one block; the tables around them take memory of their own.
+        EXPECT_GE(allocations, 2);
         ++registered;
         EXPECT_TRUE(manager->getToggle(key, false));
         EXPECT_EQ(registry.togglesByKey.size(), static_cast<std::size_t>(registered));

@@ -38,6 +38,10 @@ protected:
     std::uint64_t build() {
         return buildDefaultToggleJson(registry, report, "module", "1.0", nullptr, 0);
     }
+    std::uint64_t build(std::string& buffer) {
+        return buildDefaultToggleJson(registry, report, "module", "1.0", buffer.data(),
+                                      buffer.size());
+    }
 
     test::FakePlatform platform;
     Registry registry;
@@ -83,20 +87,26 @@ TEST_F(BuildDefaultToggleJson, SurvivesEveryFailedAllocation) {
     add("/group/a");
     add("/group/a/b");
     addToggleProperty(registry, "/group/a", "KLB_ToggleComment", std::string(1000, 'x').c_str());
-    const std::uint64_t size = build();
+    std::string text(static_cast<std::size_t>(build()), '#');
+    const std::string untouched = text;
+    build(text);
     for (std::size_t n = 1;; ++n) {
         SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
         report = JsonDocument();
+        std::string buffer = untouched;
         bool happened = false;
         {
             const test::FailingAllocation failure(n);
             try {
-                EXPECT_EQ(build(), size);
+                build(buffer);
             } catch (const std::bad_alloc&) {
             }
             happened = failure.happened();
         }
-        EXPECT_EQ(build(), size);
+        // The host's buffer has the whole text or none of it.
+        EXPECT_EQ(buffer, happened ? untouched : text);
+        EXPECT_EQ(build(buffer), text.size());
+        EXPECT_EQ(buffer, text);
         if (!happened) {
             EXPECT_GT(n, 10U);
             break;

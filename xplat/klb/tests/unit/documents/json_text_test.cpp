@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -13,10 +12,12 @@
 namespace klb {
 namespace {
 
-std::string written(const JsonValue& object) {
-    JsonText text;
-    writeIndented(object, text);
-    return std::string(text.view());
+std::string written(const JsonValue& object, std::size_t depth = 1) {
+    std::string text(1000, '#');
+    ReportBuffer report(text.data(), text.size());
+    writeIndented(object, depth, report);
+    text.resize(static_cast<std::size_t>(report.size()));
+    return text;
 }
 
 TEST(WriteIndented, WritesAsRapidJsonDoes) {
@@ -33,7 +34,11 @@ TEST(WriteIndented, WritesAsRapidJsonDoes) {
         rapidjson::StringBuffer expected;
         rapidjson::PrettyWriter<rapidjson::StringBuffer> writer(expected);
         document.Accept(writer);
-        EXPECT_EQ(written(document), std::string(expected.GetString(), expected.GetSize()));
+        // The depth is about memory and not about the text.
+        for (const std::size_t depth : {0U, 1U, 3U, 100U}) {
+            EXPECT_EQ(written(document, depth),
+                      std::string(expected.GetString(), expected.GetSize()));
+        }
     }
 }
 
@@ -46,10 +51,15 @@ TEST(WriteIndented, TakesAStringOfAnySize) {
                        JsonValue(rapidjson::StringRef(
                            longText.data(), static_cast<rapidjson::SizeType>(longText.size()))),
                        document.GetAllocator());
-    JsonText text;
-    writeIndented(document, text);
-    EXPECT_EQ(text.view().size(), longText.size() + std::strlen("{\n    \"k\": \"\"\n}"));
-    EXPECT_EQ(text.view().substr(text.view().size() - 5), "xx\"\n}");
+    const std::string_view begin = "{\n    \"k\": \"";
+    const std::string_view end = "\"\n}";
+    std::string text(begin.size() + longText.size() + end.size() + 1, '#');
+    ReportBuffer report(text.data(), text.size());
+    writeIndented(document, 1, report);
+    EXPECT_EQ(report.finish(), text.size());
+    EXPECT_TRUE(text.starts_with(begin));
+    EXPECT_EQ(text.find_first_not_of('x', begin.size()), begin.size() + longText.size());
+    EXPECT_EQ(text.substr(begin.size() + longText.size()), std::string(end) + '\0');
 }
 
 /// Tells a handler of an object that many levels deep, with a text at the bottom.
@@ -65,25 +75,26 @@ void tellOfDepth(Handler& handler, std::size_t levels, std::string_view text) {
     }
 }
 
-TEST(JsonSizeBound, IsNotBelowTheSize) {
+TEST(JsonSizeBound, IsNotBelowTheSizeAndKnowsTheDepth) {
     for (const std::size_t levels : {1U, 3U, 100U}) {
         for (const char* text : {"", "text", "\x01\x02\x03\x04\x05\x06\x07", "\"\\"}) {
-            JsonText written;
-            IndentingWriter<JsonText> writer(written);
+            ReportBuffer report(nullptr, 0);
+            IndentingWriter<ReportBuffer> writer(report);
             tellOfDepth(writer, levels, text);
             JsonSizeBound bound;
             tellOfDepth(bound, levels, text);
-            EXPECT_GE(bound.bytes(), written.view().size());
+            EXPECT_GE(bound.bytes(), report.size());
+            EXPECT_EQ(bound.depth(), levels);
         }
     }
 }
 
 TEST(LimitedStream, RefusesATextThatIsTooLong) {
     constexpr std::string_view kText = "text \n with \x01 escapes";
-    JsonText written;
-    IndentingWriter<JsonText> writer(written);
+    ReportBuffer report(nullptr, 0);
+    IndentingWriter<ReportBuffer> writer(report);
     tellOfDepth(writer, 3, kText);
-    const std::size_t size = written.view().size();
+    const auto size = static_cast<std::size_t>(report.size());
     for (const std::size_t maxSize : {size + 1, size, size - 1, size / 2, std::size_t{0}}) {
         SCOPED_TRACE(maxSize);
         LimitedStream stream(maxSize);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace klb {
@@ -14,12 +15,12 @@ namespace {
 /// Toggles by key, and the tree of them.
 class Tree {
 public:
-    explicit Tree(const std::vector<std::string>& keys) {
+    explicit Tree(std::vector<std::string> keys) : keys_(std::move(keys)) {
         file_.token = "core";
-        for (const std::string& key : keys) {
-            const auto entry = toggles_.try_emplace(key).first;
-            entry->second.key = entry->first;
-            entry->second.file = &file_;
+        for (const std::string& key : keys_) {
+            ToggleRecord& toggle = toggles_[key];
+            toggle.key = key;
+            toggle.file = &file_;
         }
         for (const auto& [key, toggle] : toggles_) {
             tree_.addToggleReportEntry(toggle);
@@ -34,15 +35,15 @@ public:
 private:
     std::string textOf(const ToggleTree::Node& node, const std::string& indentation) const {
         std::string text;
-        for (const ToggleTree::Node* child = node.firstChild; child != nullptr;
-             child = child->nextSibling) {
-            EXPECT_EQ(child->parent, &node);
+        for (const ToggleTree::Node* child = tree_.firstChild(node); child != nullptr;
+             child = tree_.nextSibling(*child)) {
             text += indentation + "'" + std::string(tree_.nameOf(*child)) + "'" +
                     (child->properties ? "*\n" : "\n") + textOf(*child, indentation + "  ");
         }
         return text;
     }
 
+    const std::vector<std::string> keys_;
     ToggleFileRecord file_;
     ToggleTable toggles_;
     ToggleTree tree_;

@@ -1,0 +1,69 @@
+#include "core/name_index.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace klb {
+namespace {
+
+struct Named {
+    std::string name;
+    int number;
+};
+
+std::string_view nameOf(const Named& object) {
+    return object.name;
+}
+
+TEST(NameIndex, FindsWhatWasInserted) {
+    std::vector<Named> objects;
+    std::string longName;
+    for (int i = 0; i < 1000; ++i) {
+        // Every length that the hash treats in a way of its own is among these.
+        objects.push_back({longName, i});
+        objects.push_back({"/group/feature" + std::to_string(i), i});
+        longName += static_cast<char>(i);
+    }
+    NameIndex<Named> index;
+    EXPECT_EQ(index.find(""), nullptr);
+    for (Named& object : objects) {
+        index.insert(object);
+    }
+    EXPECT_EQ(index.size(), objects.size());
+    for (Named& object : objects) {
+        EXPECT_EQ(index.find(object.name), &object);
+        EXPECT_EQ(index.find(object.name + "//"), nullptr);
+    }
+    EXPECT_EQ(index.find("/group/feature1000"), nullptr);
+}
+
+TEST(NameIndex, KeepsTheFirstOfAName) {
+    Named first{"name", 1};
+    Named second{"name", 2};
+    NameIndex<Named> index;
+    index.reserve(2);
+    index.insert(first);
+    index.insert(second);
+    EXPECT_EQ(index.size(), 1U);
+    EXPECT_EQ(index.find("name"), &first);
+    index.erase("name");
+    EXPECT_EQ(index.find("name"), nullptr);
+    EXPECT_EQ(index.size(), 0U);
+}
+
+TEST(NameHash, HasASeedOfItsOwn) {
+    std::set<std::size_t> hashes;
+    for (int i = 0; i < 100; ++i) {
+        const NameHash hash;
+        const NameHash copy = hash;
+        EXPECT_EQ(hash("/group/feature"), copy("/group/feature"));
+        hashes.insert(hash("/group/feature"));
+    }
+    EXPECT_EQ(hashes.size(), 100U);
+}
+
+} // namespace
+} // namespace klb
