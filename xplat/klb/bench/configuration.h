@@ -19,7 +19,8 @@ enum class Overrides { kOff, kOn };
 /// A toggle file and an override file that both know the toggles of a set.
 class Configuration {
 public:
-    Configuration(Shape shape, std::size_t count) : Configuration(makeMembers(shape, count)) {}
+    Configuration(const Shape& shape, std::size_t count)
+        : Configuration(makeMembers(shape, count)) {}
 
     const std::string& file() const {
         return file_;

@@ -61,7 +61,11 @@ int run(int argc, char** argv) {
     const Options options = readOptions(argc, argv);
     const ParkedThread parked;
     klb::bench::addQueryRows();
+    klb::bench::addCountRows();
+    klb::bench::addLoadRows();
+    klb::bench::addProtectedRows();
     klb::bench::addRegistrationRows();
+    klb::bench::addColdStartRows();
     klb::bench::addReportRows();
     klb::bench::checkThatGoalsHaveRows();
     klb::bench::Table table(options.format, options.judged);

@@ -1,21 +1,23 @@
 #ifndef KLB_BENCH_MEASURE_H
 #define KLB_BENCH_MEASURE_H
 
-#include <chrono>
-#include <utility>
+#include "seconds.h"
+
+#include <cstddef>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
 namespace klb::bench {
 
-/// How long a piece of work takes, in seconds.
-template <class Work>
-double secondsOf(Work&& work) {
-    const auto started = std::chrono::steady_clock::now();
-    std::forward<Work>(work)();
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
-    return elapsed.count();
+/// The mean of what several runs give.
+template <class Run>
+double meanOf(std::size_t runs, Run&& run) {
+    double sum = 0;
+    for (std::size_t i = 0; i < runs; ++i) {
+        sum += run();
+    }
+    return sum / static_cast<double>(runs);
 }
 
 /// The middle one; throws when there is none.

@@ -4,7 +4,7 @@
 
 namespace klb::bench {
 
-void PlainRecords::add(const char* key, bool defaultValue, const std::string& token) {
+void PlainRecords::add(const char* key, bool defaultValue) {
     auto record = std::make_unique<PlainRecord>(
         PlainRecord{key, defaultValue, defaultValue, false, false, &token, {}});
     record->properties.reserve(3);
@@ -14,6 +14,12 @@ void PlainRecords::add(const char* key, bool defaultValue, const std::string& to
     index.emplace(record->key, record.get());
     const std::string_view name = record->key;
     inOrder.emplace(name, std::move(record));
+}
+
+void PlainRecords::addAll(const std::vector<std::string>& keys) {
+    for (const std::string& key : keys) {
+        add(key.c_str(), false);
+    }
 }
 
 } // namespace klb::bench

@@ -29,10 +29,12 @@ struct PlainRecord {
 
 /// The records in an ordered and in a hash map.
 struct PlainRecords {
+    std::string token = "bench";
     std::map<std::string_view, std::unique_ptr<PlainRecord>> inOrder;
     std::unordered_map<std::string_view, PlainRecord*> index;
 
-    void add(const char* key, bool defaultValue, const std::string& token);
+    void add(const char* key, bool defaultValue);
+    void addAll(const std::vector<std::string>& keys);
 };
 
 } // namespace klb::bench

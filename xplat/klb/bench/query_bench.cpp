@@ -1,7 +1,6 @@
-#include "configuration.h"
-#include "library_session.h"
 #include "measure.h"
 #include "plain_records.h"
+#include "queries.h"
 #include "rows.h"
 #include "toggle_sets.h"
 
@@ -10,7 +9,6 @@
 #include <atomic>
 #include <cstring>
 #include <mutex>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,21 +20,6 @@
 namespace klb::bench {
 
 namespace {
-
-using klb::test::LibrarySession;
-
-constexpr std::size_t kQueries = 100'000;
-
-/// Keys drawn at random, as a host would pass them.
-std::vector<const char*> drawQueries(const std::vector<std::string>& keys) {
-    std::mt19937_64 random(2);
-    std::uniform_int_distribution<std::size_t> index(0, keys.size() - 1);
-    std::vector<const char*> queries(kQueries);
-    for (const char*& query : queries) {
-        query = keys[index(random)].c_str();
-    }
-    return queries;
-}
 
 /// Seconds for one call.
 template <class Call>
@@ -79,9 +62,7 @@ double timeQueriesOfTwoThreads(const std::vector<const char*>& queries, Call&& c
 class LockedMap {
 public:
     explicit LockedMap(const std::vector<std::string>& keys) {
-        for (const std::string& key : keys) {
-            records_.add(key.c_str(), false, token_);
-        }
+        records_.addAll(keys);
         for (const auto& [key, record] : records_.inOrder) {
             map_.emplace(absl::string_view(key.data(), key.size()), record.get());
         }
@@ -95,56 +76,12 @@ public:
 
 private:
     std::mutex lock_;
-    std::string token_ = kToken;
     PlainRecords records_;
     absl::flat_hash_map<absl::string_view, PlainRecord*> map_;
 };
 
-/// A library that knows these keys.
-class QuerySession {
-public:
-    QuerySession(const std::vector<std::string>& keys, bool dynamic) {
-        for (const std::string& key : keys) {
-            (dynamic ? KLB_RegisterDynamicToggle : KLB_RegisterToggle)(key.c_str(), true, kToken);
-        }
-    }
-
-private:
-    LibrarySession session_;
-};
-
-void getToggle(const char* key) {
-    benchmark::DoNotOptimize(KLB_GetToggle(key));
-}
-void getDynamicToggle(const char* key) {
-    benchmark::DoNotOptimize(KLB_GetDynamicToggle(key));
-}
-void setDynamicToggle(const char* key) {
-    KLB_SetDynamicToggle(key, false);
-}
-void isToggleRegistered(const char* key) {
-    benchmark::DoNotOptimize(KLB_IsToggleRegistered(key));
-}
-void isDynamicToggleRegistered(const char* key) {
-    benchmark::DoNotOptimize(KLB_IsDynamicToggleRegistered(key));
-}
-
-struct Query {
-    std::string_view what;
-    bool dynamic;
-    void (*call)(const char* key);
-};
-
-constexpr Query kQueryCalls[] = {
-    {"KLB_GetToggle", false, &getToggle},
-    {"KLB_GetDynamicToggle", true, &getDynamicToggle},
-    {"KLB_SetDynamicToggle", true, &setDynamicToggle},
-    {"KLB_IsToggleRegistered", false, &isToggleRegistered},
-    {"KLB_IsDynamicToggleRegistered", true, &isDynamicToggleRegistered},
-};
-
 void compareWithMap(benchmark::State& state, const Query& query, std::size_t count) {
-    const std::vector<std::string> keys = makeKeys(Shape::kGroups, count);
+    const std::vector<std::string> keys = makeKeys(kGroups, count);
     const std::vector<const char*> queries = drawQueries(keys);
     const QuerySession session(keys, query.dynamic);
     LockedMap map(keys);
@@ -157,7 +94,7 @@ void compareWithMap(benchmark::State& state, const Query& query, std::size_t cou
 }
 
 void compareWithMutex(benchmark::State& state, const Query& query, std::size_t count) {
-    const std::vector<std::string> keys = makeKeys(Shape::kGroups, count);
+    const std::vector<std::string> keys = makeKeys(kGroups, count);
     const std::vector<const char*> queries = drawQueries(keys);
     const QuerySession session(keys, query.dynamic);
     std::mutex mutex;
@@ -169,26 +106,23 @@ void compareWithMutex(benchmark::State& state, const Query& query, std::size_t c
 }
 
 void compareUnknownKey(benchmark::State& state, std::size_t count) {
-    const std::vector<std::string> known = makeKeys(Shape::kGroups, count);
-    std::vector<std::string> unknown = known;
-    for (std::string& key : unknown) {
-        key[key.rfind('/') + 1] = 'F';
-    }
+    const std::vector<std::string> known = makeKeys(kGroups, count);
+    const std::vector<std::string> unknown = makeUnknownKeys(known);
     const std::vector<const char*> knownQueries = drawQueries(known);
     const std::vector<const char*> unknownQueries = drawQueries(unknown);
     const QuerySession session(known, false);
     measurePairs(
-        state, [&] { return timeQueries(unknownQueries, &getToggle); },
-        [&] { return timeQueries(knownQueries, &getToggle); });
+        state, [&] { return timeQueries(unknownQueries, getToggleQuery().call); },
+        [&] { return timeQueries(knownQueries, getToggleQuery().call); });
 }
 
 void compareTwoThreads(benchmark::State& state, std::size_t count) {
-    const std::vector<std::string> keys = makeKeys(Shape::kGroups, count);
+    const std::vector<std::string> keys = makeKeys(kGroups, count);
     const std::vector<const char*> queries = drawQueries(keys);
     const QuerySession session(keys, false);
     LockedMap map(keys);
     measurePairs(
-        state, [&] { return timeQueriesOfTwoThreads(queries, &getToggle); },
+        state, [&] { return timeQueriesOfTwoThreads(queries, getToggleQuery().call); },
         [&] {
             return timeQueriesOfTwoThreads(
                 queries, [&](const char* key) { benchmark::DoNotOptimize(map.find(key)); });
@@ -198,7 +132,7 @@ void compareTwoThreads(benchmark::State& state, std::size_t count) {
 } // namespace
 
 void addQueryRows() {
-    for (const Query& query : kQueryCalls) {
+    for (const Query& query : allQueries()) {
         for (const std::size_t count : kCounts) {
             addRow(query.what, floors::kMap, count, Pairs::kMany,
                    [&query, count](auto& state) { compareWithMap(state, query, count); });

@@ -14,7 +14,7 @@ namespace klb::bench {
 
 namespace {
 
-/// A run registers at least so many toggles, in several sessions if need be.
+/// A figure comes from at least so many toggles, in several sessions if need be.
 constexpr std::size_t kTogglesOfRun = 10'000;
 
 struct Case {
@@ -25,7 +25,7 @@ struct Case {
 
 std::string nameOf(const Case& each) {
     std::string name = each.overrides == Overrides::kOn ? "register with overrides" : "register";
-    name += each.shape == Shape::kFlat ? ", flat" : ", groups";
+    name += each.shape.groupSize == 0 ? ", flat" : ", groups";
     name += each.randomOrder ? ", random order" : ", key order";
     return name;
 }
@@ -56,14 +56,9 @@ public:
 
     /// Seconds that the plain records take for each toggle.
     double timePlainRecords() const {
-        const std::string token = kToken;
         return timeRuns([&] {
             PlainRecords records;
-            return secondsOf([&] {
-                for (const std::string& key : keys_) {
-                    records.add(key.c_str(), false, token);
-                }
-            });
+            return secondsOf([&] { records.addAll(keys_); });
         });
     }
 
@@ -71,11 +66,7 @@ private:
     template <class Run>
     double timeRuns(Run&& run) const {
         const std::size_t runs = std::max<std::size_t>(1, kTogglesOfRun / keys_.size());
-        double seconds = 0;
-        for (std::size_t i = 0; i < runs; ++i) {
-            seconds += run();
-        }
-        return seconds / static_cast<double>(runs * keys_.size());
+        return meanOf(runs, run) / static_cast<double>(keys_.size());
     }
 
     Configuration configuration_;
@@ -88,6 +79,15 @@ void compareWithRecords(benchmark::State& state, const Case& each, std::size_t c
     measurePairs(
         state, [&] { return registrations.timeLibrary(); },
         [&] { return registrations.timePlainRecords(); });
+}
+
+/// How much of the growth with the number of toggles is that of the maps alone.
+void comparePlainRecordsWithThousand(benchmark::State& state, const Case& each) {
+    const Registrations many(each, kLargeCount);
+    const Registrations thousand(each, 1'000);
+    measurePairs(
+        state, [&] { return many.timePlainRecords(); },
+        [&] { return thousand.timePlainRecords(); });
 }
 
 void compareWithThousand(benchmark::State& state, const Case& each) {
@@ -110,8 +110,14 @@ void addRows(const Case& each) {
 } // namespace
 
 void addRegistrationRows() {
+    for (const bool randomOrder : {false, true}) {
+        addRow(randomOrder ? "plain records, random order" : "plain records, key order",
+               floors::kThousand, kLargeCount, Pairs::kFew, [randomOrder](auto& state) {
+                   comparePlainRecordsWithThousand(state, {Overrides::kOff, kGroups, randomOrder});
+               });
+    }
     for (const Overrides overrides : {Overrides::kOff, Overrides::kOn}) {
-        for (const Shape shape : {Shape::kFlat, Shape::kGroups}) {
+        for (const Shape& shape : {kFlat, kGroups}) {
             for (const bool randomOrder : {false, true}) {
                 addRows({overrides, shape, randomOrder});
             }

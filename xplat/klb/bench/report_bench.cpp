@@ -63,7 +63,7 @@ double timePrint(const rapidjson::Document& document, std::size_t expectedSize) 
     return seconds;
 }
 
-void compareWithPrint(benchmark::State& state, Ask ask, Shape shape, bool randomOrder) {
+void compareWithPrint(benchmark::State& state, Ask ask, const Shape& shape, bool randomOrder) {
     std::vector<std::string> keys = makeKeys(shape, kLargeCount);
     if (randomOrder) {
         keys = shuffled(std::move(keys));
@@ -102,12 +102,12 @@ double timeAppend(const std::vector<std::string>& lines) {
 }
 
 void compareWithAppend(benchmark::State& state, Ask ask) {
-    const Configuration configuration(Shape::kGroups, kLargeCount);
+    const Configuration configuration(kGroups, kLargeCount);
     const LoadedSession session(configuration, Overrides::kOff);
     bool setByFile = true;
     for (std::size_t index = 0; index < kLargeCount; ++index) {
         // The file gives every other toggle true: each gets a default that differs.
-        KLB_RegisterToggle(makeKey(Shape::kGroups, index).c_str(), !setByFile, kToken);
+        KLB_RegisterToggle(makeKey(kGroups, index).c_str(), !setByFile, kToken);
         setByFile = !setByFile;
     }
     std::string text = textOf(&KLB_GetOverrideInfoString);
@@ -122,10 +122,10 @@ void compareWithAppend(benchmark::State& state, Ask ask) {
 
 void addReportRows(Ask ask) {
     const std::string what = ask == Ask::kSize ? "size" : "text";
-    for (const Shape shape : {Shape::kGroups, Shape::kOneGroup}) {
+    for (const Shape& shape : {kGroups, kOneGroup}) {
         for (const bool randomOrder : {false, true}) {
             addRow("KLB_GetDefaultToggleJson, " + what +
-                       (shape == Shape::kGroups ? ", 1000 groups" : ", one group") +
+                       (shape.groupSize == kLargeCount ? ", one group" : ", 1000 groups") +
                        (randomOrder ? ", random order" : ", key order"),
                    floors::kPrint, kLargeCount, Pairs::kFew,
                    [=](auto& state) { compareWithPrint(state, ask, shape, randomOrder); });

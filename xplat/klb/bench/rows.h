@@ -22,7 +22,7 @@ struct Row {
 };
 
 /// How often a row takes its figure and its floor.
-enum class Pairs : int { kFew = 9, kSome = 21, kMany = 61 };
+enum class Pairs : int { kOne = 1, kFew = 9, kSome = 21, kMany = 61 };
 
 /// Enters a row. Throws when goals.h has no goal for it.
 void addRow(std::string_view what, std::string_view floor, std::size_t count, Pairs pairs,
@@ -36,6 +36,10 @@ void checkThatGoalsHaveRows();
 
 // Each of these enters the rows of one subject.
 void addQueryRows();
+void addCountRows();
+void addLoadRows();
+void addProtectedRows();
+void addColdStartRows();
 void addRegistrationRows();
 void addReportRows();
 

@@ -7,22 +7,26 @@ namespace klb::bench {
 
 namespace {
 
-constexpr std::size_t kGroupSize = 100;
-
-std::string groupName(std::size_t group) {
-    return "group" + std::to_string(group);
+std::string numbered(const char* name, std::size_t number, int digits) {
+    const std::string text = std::to_string(number);
+    const std::size_t width = static_cast<std::size_t>(digits);
+    return name + std::string(width - std::min(width, text.size()), '0') + text;
 }
 
-std::string featureName(std::size_t index) {
-    return "feature" + std::to_string(index);
+std::string groupName(const Shape& shape, std::size_t group) {
+    return numbered("group", group, shape.groupDigits);
 }
 
-/// Members for the features from begin up to end.
-std::string makeFeatures(std::size_t begin, std::size_t end) {
+std::string featureName(const Shape& shape, std::size_t index) {
+    return numbered("feature", index, shape.featureDigits);
+}
+
+/// Members for that many features.
+std::string makeFeatures(const Shape& shape, std::size_t count) {
     std::string text;
-    for (std::size_t index = begin; index < end; ++index) {
-        text += index == begin ? "\"" : ",\n\"";
-        text += featureName(index);
+    for (std::size_t index = 0; index < count; ++index) {
+        text += index == 0 ? "\"" : ",\n\"";
+        text += featureName(shape, index);
         text += index % 2 == 0 ? "\": true" : "\": false";
     }
     return text;
@@ -30,19 +34,15 @@ std::string makeFeatures(std::size_t begin, std::size_t end) {
 
 } // namespace
 
-std::string makeKey(Shape shape, std::size_t index) {
-    switch (shape) {
-    case Shape::kFlat:
-        return "/" + featureName(index);
-    case Shape::kOneGroup:
-        return "/" + groupName(0) + "/" + featureName(index);
-    case Shape::kGroups:
-        break;
+std::string makeKey(const Shape& shape, std::size_t index) {
+    if (shape.groupSize == 0) {
+        return "/" + featureName(shape, index);
     }
-    return "/" + groupName(index / kGroupSize) + "/" + featureName(index);
+    return "/" + groupName(shape, index / shape.groupSize) + "/" +
+           featureName(shape, index % shape.groupSize);
 }
 
-std::vector<std::string> makeKeys(Shape shape, std::size_t count) {
+std::vector<std::string> makeKeys(const Shape& shape, std::size_t count) {
     std::vector<std::string> keys;
     for (std::size_t index = 0; index < count; ++index) {
         keys.push_back(makeKey(shape, index));
@@ -57,16 +57,15 @@ std::vector<std::string> shuffled(std::vector<std::string> keys) {
     return keys;
 }
 
-std::string makeMembers(Shape shape, std::size_t count) {
-    if (shape == Shape::kFlat) {
-        return makeFeatures(0, count);
+std::string makeMembers(const Shape& shape, std::size_t count) {
+    if (shape.groupSize == 0) {
+        return makeFeatures(shape, count);
     }
-    const std::size_t groupSize = shape == Shape::kGroups ? kGroupSize : count;
     std::string text;
-    for (std::size_t begin = 0; begin < count; begin += groupSize) {
+    for (std::size_t begin = 0; begin < count; begin += shape.groupSize) {
         text += begin == 0 ? "\"" : ",\n\"";
-        text += groupName(begin / groupSize) + "\": {\n";
-        text += makeFeatures(begin, std::min(count, begin + groupSize));
+        text += groupName(shape, begin / shape.groupSize) + "\": {\n";
+        text += makeFeatures(shape, std::min(count - begin, shape.groupSize));
         text += "\n}";
     }
     return text;
