@@ -1,0 +1,14 @@
+#ifndef KLB_BENCH_CHILD_PROCESS_H
+#define KLB_BENCH_CHILD_PROCESS_H
+
+#include <string>
+#include <vector>
+
+namespace klb::bench {
+
+/// Runs a program and gives what it prints. Throws when it fails.
+std::string outputOf(const std::string& program, const std::vector<std::string>& arguments);
+
+} // namespace klb::bench
+
+#endif

@@ -1,0 +1,20 @@
+#ifndef KLB_BENCH_COUNTED_CALLS_H
+#define KLB_BENCH_COUNTED_CALLS_H
+
+#include <cstdint>
+
+namespace klb::bench {
+
+/// What this process has called and holds since its start, the libraries in it included.
+struct CountedCalls {
+    std::int64_t allocations = 0;
+    std::int64_t locks = 0;
+    /// In use on the heap, with what the allocator keeps beside each block.
+    std::int64_t bytes = 0;
+};
+
+CountedCalls countedCalls() noexcept;
+
+} // namespace klb::bench
+
+#endif

@@ -1,0 +1,153 @@
+#include "measure.h"
+#include "plain_records.h"
+#include "queries.h"
+#include "rows.h"
+#include "toggle_sets.h"
+
+#include "klb.h"
+
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <absl/container/flat_hash_map.h>
+#include <absl/strings/string_view.h>
+#include <benchmark/benchmark.h>
+
+namespace klb::bench {
+
+namespace {
+
+/// Seconds for one call.
+template <class Call>
+double timeQueries(const std::vector<const char*>& queries, Call&& call) {
+    const double seconds = secondsOf([&] {
+        for (const char* query : queries) {
+            call(query);
+        }
+    });
+    return seconds / static_cast<double>(queries.size());
+}
+
+/// The same with two threads at it; wall time for one call of either.
+template <class Call>
+double timeQueriesOfTwoThreads(const std::vector<const char*>& queries, Call&& call) {
+    std::atomic<bool> ready{false};
+    std::atomic<bool> begun{false};
+    const auto ask = [&] {
+        for (const char* query : queries) {
+            call(query);
+        }
+    };
+    std::thread other([&] {
+        ready = true;
+        while (!begun) {
+        }
+        ask();
+    });
+    while (!ready) {
+    }
+    const double seconds = secondsOf([&] {
+        begun = true;
+        ask();
+        other.join();
+    });
+    return seconds / static_cast<double>(2 * queries.size());
+}
+
+/// The least that a registry with a lock can do to answer a query.
+class LockedMap {
+public:
+    explicit LockedMap(const std::vector<std::string>& keys) {
+        records_.addAll(keys);
+        for (const auto& [key, record] : records_.inOrder) {
+            map_.emplace(absl::string_view(key.data(), key.size()), record.get());
+        }
+    }
+
+    const PlainRecord* find(const char* key) {
+        const std::lock_guard guard(lock_);
+        const auto known = map_.find(absl::string_view(key, std::strlen(key)));
+        return known != map_.end() ? known->second : nullptr;
+    }
+
+private:
+    std::mutex lock_;
+    PlainRecords records_;
+    absl::flat_hash_map<absl::string_view, PlainRecord*> map_;
+};
+
+void compareWithMap(benchmark::State& state, const Query& query, std::size_t count) {
+    const std::vector<std::string> keys = makeKeys(kGroups, count);
+    const std::vector<const char*> queries = drawQueries(keys);
+    const QuerySession session(keys, query.dynamic);
+    LockedMap map(keys);
+    measurePairs(
+        state, [&] { return timeQueries(queries, query.call); },
+        [&] {
+            return timeQueries(queries,
+                               [&](const char* key) { benchmark::DoNotOptimize(map.find(key)); });
+        });
+}
+
+void compareWithMutex(benchmark::State& state, const Query& query, std::size_t count) {
+    const std::vector<std::string> keys = makeKeys(kGroups, count);
+    const std::vector<const char*> queries = drawQueries(keys);
+    const QuerySession session(keys, query.dynamic);
+    std::mutex mutex;
+    measurePairs(
+        state, [&] { return timeQueries(queries, query.call); },
+        [&] {
+            return timeQueries(queries, [&](const char*) { const std::lock_guard guard(mutex); });
+        });
+}
+
+void compareUnknownKey(benchmark::State& state, std::size_t count) {
+    const std::vector<std::string> known = makeKeys(kGroups, count);
+    const std::vector<std::string> unknown = makeUnknownKeys(known);
+    const std::vector<const char*> knownQueries = drawQueries(known);
+    const std::vector<const char*> unknownQueries = drawQueries(unknown);
+    const QuerySession session(known, false);
+    measurePairs(
+        state, [&] { return timeQueries(unknownQueries, getToggleQuery().call); },
+        [&] { return timeQueries(knownQueries, getToggleQuery().call); });
+}
+
+void compareTwoThreads(benchmark::State& state, std::size_t count) {
+    const std::vector<std::string> keys = makeKeys(kGroups, count);
+    const std::vector<const char*> queries = drawQueries(keys);
+    const QuerySession session(keys, false);
+    LockedMap map(keys);
+    measurePairs(
+        state, [&] { return timeQueriesOfTwoThreads(queries, getToggleQuery().call); },
+        [&] {
+            return timeQueriesOfTwoThreads(
+                queries, [&](const char* key) { benchmark::DoNotOptimize(map.find(key)); });
+        });
+}
+
+} // namespace
+
+void addQueryRows() {
+    for (const Query& query : allQueries()) {
+        for (const std::size_t count : kCounts) {
+            addRow(query.what, floors::kMap, count, Pairs::kMany,
+                   [&query, count](auto& state) { compareWithMap(state, query, count); });
+            if (count != kLargeCount) {
+                addRow(query.what, floors::kMutex, count, Pairs::kMany,
+                       [&query, count](auto& state) { compareWithMutex(state, query, count); });
+            }
+        }
+    }
+    for (const std::size_t count : kCounts) {
+        addRow("KLB_GetToggle, unknown key", floors::kRegisteredKey, count, Pairs::kMany,
+               [count](auto& state) { compareUnknownKey(state, count); });
+        addRow("KLB_GetToggle, two threads", floors::kMapTwoThreads, count, Pairs::kSome,
+               [count](auto& state) { compareTwoThreads(state, count); });
+    }
+}
+
+} // namespace klb::bench
