@@ -1,5 +1,5 @@
 # What the library is built on: libcrypto, the C++ library, and headers of RapidJSON (documents),
-# robin-map and xxHash (finding names in them).
+# Boost.Unordered and xxHash (finding names in them).
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 
 add_library(klb_headers INTERFACE)
@@ -9,7 +9,7 @@ function(klb_find_headers variable header)
   target_include_directories(klb_headers SYSTEM INTERFACE "${${variable}}")
 endfunction()
 klb_find_headers(KLB_RAPIDJSON_INCLUDE_DIR rapidjson/document.h)
-klb_find_headers(KLB_ROBIN_MAP_INCLUDE_DIR tsl/robin_map.h)
+klb_find_headers(KLB_BOOST_INCLUDE_DIR boost/unordered/unordered_flat_set.hpp)
 klb_find_headers(KLB_XXHASH_INCLUDE_DIR xxhash.h)
 
 if(PROJECT_IS_TOP_LEVEL)

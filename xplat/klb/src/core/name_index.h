@@ -4,10 +4,9 @@
 #include "core/name_hash.h"
 
 #include <cstddef>
-#include <memory>
 #include <string_view>
 
-#include <tsl/robin_set.h>
+#include <boost/unordered/unordered_flat_set.hpp>
 
 namespace klb {
 
@@ -17,11 +16,6 @@ namespace klb {
 template <class Object>
 class NameIndex {
 public:
-    NameIndex() {
-        // Robin Hood hashing keeps the probes short up to here.
-        objects_.max_load_factor(0.8F);
-    }
-
     void reserve(std::size_t count) {
         objects_.reserve(count);
     }
@@ -45,6 +39,8 @@ public:
 private:
     struct Hash {
         using is_transparent = void;
+        /// Every bit of the name decides about every bit of the hash.
+        using is_avalanching = void;
         std::size_t operator()(std::string_view name) const noexcept {
             return hash(name);
         }
@@ -66,9 +62,7 @@ private:
         }
     };
 
-    // Keeps the hashes, so that most comparisons are of numbers and growing looks at no name.
-    static constexpr bool kKeepHashes = true;
-    tsl::robin_set<Object*, Hash, SameName, std::allocator<Object*>, kKeepHashes> objects_;
+    boost::unordered_flat_set<Object*, Hash, SameName> objects_;
 };
 
 } // namespace klb
