@@ -6,7 +6,9 @@
 
 namespace klb {
 
-std::uint64_t drawHashSeed() noexcept {
+namespace {
+
+std::uint64_t drawSeed() noexcept {
     try {
         std::random_device device;
         return std::uint64_t{device()} << 32 | device();
@@ -15,6 +17,14 @@ std::uint64_t drawHashSeed() noexcept {
         return static_cast<std::uint64_t>(
             std::chrono::steady_clock::now().time_since_epoch().count());
     }
+}
+
+} // namespace
+
+std::uint64_t hashSeed() noexcept {
+    // Drawing one takes longer than filling an index of a hundred names.
+    static const std::uint64_t seed = drawSeed();
+    return seed;
 }
 
 } // namespace klb

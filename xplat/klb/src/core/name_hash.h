@@ -10,14 +10,13 @@
 
 namespace klb {
 
-/// A number that whoever writes a file cannot know beforehand.
-std::uint64_t drawHashSeed() noexcept;
+/// A number that whoever writes a file cannot know beforehand; the same one in all of a process.
+std::uint64_t hashSeed() noexcept;
 
-/// Hashes names. Each index draws a seed of its own, so that no file can be made whose names all
-/// meet in one place.
+/// Hashes names, with a seed: no file can be made whose names all meet in one place.
 class NameHash {
 public:
-    NameHash() noexcept : seed_(drawHashSeed()) {}
+    explicit NameHash(std::uint64_t seed = hashSeed()) noexcept : seed_(seed) {}
 
     std::size_t operator()(std::string_view name) const noexcept {
         return static_cast<std::size_t>(XXH3_64bits_withSeed(name.data(), name.size(), seed_));

@@ -3,7 +3,6 @@
 
 #include "core/records.h"
 
-#include <span>
 #include <string_view>
 
 namespace klb {
@@ -17,7 +16,7 @@ public:
         : defaultValue_(toggle.defaultValue),
           isDynamic_(toggle.isDynamic),
           file_(toggle.file),
-          added_(toggle.addedProperties) {}
+          firstAdded_(toggle.addedProperties) {}
 
     /// Calls visit(name, value) for each; a value is a bool or a std::string_view.
     template <class Visitor>
@@ -25,8 +24,8 @@ public:
         visit(std::string_view("KLB_DefaultValue"), defaultValue_);
         visit(std::string_view("KLB_IsDynamic"), isDynamic_);
         visit(std::string_view("KLB_ToggleFileToken"), std::string_view(file_->token));
-        for (const ToggleProperty& property : added_) {
-            visit(property.name, std::string_view(property.value));
+        for (const auto* property = firstAdded_; property != nullptr; property = property->next) {
+            visit(property->name, property->value);
         }
     }
 
@@ -40,7 +39,7 @@ private:
     bool defaultValue_;
     bool isDynamic_;
     const ToggleFileRecord* file_;
-    std::span<const ToggleProperty> added_;
+    const ToggleProperty* firstAdded_;
 };
 
 } // namespace klb

@@ -4,10 +4,12 @@
 #include "klb.h"
 
 #include "core/toggle_document.h"
+#include "core/toggle_order.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,8 +17,6 @@
 struct x509_st;
 
 namespace klb {
-
-struct ToggleRecord;
 
 /// One token and what is known of its toggle file.
 struct ToggleFileRecord {
@@ -36,26 +36,25 @@ struct ToggleFileRecord {
     /// Set when the file could not be opened.
     bool fileMissing = false;
     std::unique_ptr<ToggleDocument> document;
-    /// The toggles set by this file to another value than their default, by key.
-    std::map<std::string_view, ToggleRecord*> differingToggles;
+    /// The toggles set by this file to another value than their default.
+    ToggleOrder differingToggles;
     /// The certificate that signers are checked against; the manager owns it.
     x509_st* certificate = nullptr;
     bool skipSignatureCheck = false;
-    /// The toggles registered against this token, in order of registration.
-    std::vector<ToggleRecord*> toggles;
 };
 
 /// A text that the host added to a toggle.
 struct ToggleProperty {
     /// One of the library's constants.
     std::string_view name;
-    std::string value;
+    std::string_view value;
+    ToggleProperty* next = nullptr;
 };
 
-/// One toggle.
+/// One toggle. Made by createToggle() only: the text of its key follows it in memory, so that a
+/// query finds both in one place.
 struct ToggleRecord {
-    /// The registry has the text.
-    std::string_view key;
+    std::size_t keySize = 0;
     bool defaultValue = false;
     bool currentValue = false;
     /// The override file set the current value.
@@ -65,9 +64,12 @@ struct ToggleRecord {
     bool isDynamic = false;
     /// The record of the token that the toggle was registered with.
     ToggleFileRecord* file = nullptr;
-    /// Each name at most once.
-    std::vector<ToggleProperty> addedProperties;
+    /// The first of them, in the order in which they were added; each name at most once.
+    ToggleProperty* addedProperties = nullptr;
 
+    std::string_view key() const noexcept {
+        return {reinterpret_cast<const char*>(this + 1), keySize};
+    }
     bool value() const noexcept {
         return differs ? currentValue : defaultValue;
     }
@@ -81,8 +83,14 @@ struct ToggleRecord {
 };
 
 inline std::string_view nameOf(const ToggleRecord& toggle) noexcept {
-    return toggle.key;
+    return toggle.key();
 }
+
+/// A toggle with this key, in the given memory. It needs no destruction.
+ToggleRecord& createToggle(std::string_view key, std::pmr::memory_resource& memory);
+
+/// A text in the given memory.
+std::string_view copyText(std::string_view text, std::pmr::memory_resource& memory);
 
 } // namespace klb
 

@@ -15,9 +15,6 @@
 
 namespace klb {
 
-/// Owns the toggles. A record stays where it is.
-using ToggleTable = std::pmr::map<std::string_view, ToggleRecord>;
-
 /// Everything that the host set up and registered. Nothing in it is removed while it lives, so
 /// records may refer to each other and maps to the texts of their records. Not synchronised: the
 /// library lock guards it.
@@ -28,13 +25,13 @@ struct Registry {
     /// The override file that the host chose; empty for the default place.
     std::string overridePath;
 
-    // The maps keep the byte order of their keys; the reports walk them.
+    // The maps keep the byte order of their keys.
     std::map<std::string_view, std::unique_ptr<ToggleFileRecord>> filesByToken;
     std::map<std::string_view, ToggleFileRecord*> filesByPath;
     std::vector<ToggleFileRecord*> filesInOrder;
-    /// The toggles and the texts of their keys, side by side, since a query reads both.
+    /// Holds the toggles and their properties: taken in large blocks, given back at once.
     std::pmr::monotonic_buffer_resource toggleMemory;
-    ToggleTable togglesByKey{&toggleMemory};
+    ToggleOrder toggles;
 
     bool enableOverride = false;
     /// The override file's record, once it has been registered.
@@ -45,13 +42,13 @@ struct Registry {
     CertificatePtr certificate;
     bool noCertificate = false;
 
-    /// The same toggles as togglesByKey, for queries.
+    /// The same toggles, for queries.
     NameIndex<ToggleRecord> toggleIndex;
     const Platform* platform = nullptr;
 
     /// Some calls are refused from the first registration on.
     bool anythingRegistered() const noexcept {
-        return !filesByToken.empty() || !togglesByKey.empty();
+        return !filesByToken.empty() || !toggles.empty();
     }
 };
 

@@ -116,10 +116,10 @@ void tellToggles(Narrator<Handler>& report, const ToggleTree& tree) {
     }
 }
 
-ToggleTree treeOf(const ToggleTable& toggles) {
+ToggleTree treeOf(const ToggleOrder& toggles) {
     ToggleTree tree(toggles.size());
-    for (const auto& [key, toggle] : toggles) {
-        tree.addToggleReportEntry(toggle);
+    for (const ToggleRecord* toggle : toggles.inKeyOrder()) {
+        tree.addToggleReportEntry(*toggle);
     }
     return tree;
 }
@@ -147,7 +147,7 @@ struct Report {
             report.constantName("KLB_ToggleFiles");
             tellToggleFiles(report, registry.filesInOrder);
         }
-        if (!registry.togglesByKey.empty()) {
+        if (!registry.toggles.empty()) {
             report.constantName("KLB_Toggles");
             tellToggles(report, toggles);
         }
@@ -186,7 +186,7 @@ std::uint64_t buildDefaultToggleJson(const Registry& registry, JsonDocument& doc
                                      char* buffer, std::uint64_t bufferSize) {
     document.SetObject();
     const std::size_t depth =
-        populate(document, {registry, treeOf(registry.togglesByKey), moduleName, moduleVersion});
+        populate(document, {registry, treeOf(registry.toggles), moduleName, moduleVersion});
     ReportBuffer report(buffer, bufferSize);
     writeIndented(document, depth, report);
     return report.finish();

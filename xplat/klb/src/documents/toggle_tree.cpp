@@ -11,7 +11,7 @@ ToggleTree::ToggleTree(std::size_t count) {
 }
 
 void ToggleTree::addToggleReportEntry(const ToggleRecord& toggle) {
-    const std::string_view key = toggle.key;
+    const std::string_view key = toggle.key();
     if (!key.starts_with('/')) {
         return;
     }

@@ -17,6 +17,13 @@ constexpr const char* kToggleCallBeforeInit =
 
 } // namespace
 
+// Everything that a query does between taking and releasing the lock becomes one function.
+#if defined(__GNUC__)
+#define KLB_FLATTEN __attribute__((flatten))
+#else
+#define KLB_FLATTEN
+#endif
+
 void KLB_Init(const char* sysID, bool enableOverride) {
     if (sysID == nullptr) {
         klb::reportInvalidArgument("KLB_Init: sysID must not be NULL.");
@@ -107,7 +114,7 @@ void KLB_RegisterDynamicToggle(const char* toggleKey, bool defaultValue,
     }
 }
 
-bool KLB_IsToggleRegistered(const char* toggleKey) {
+KLB_FLATTEN bool KLB_IsToggleRegistered(const char* toggleKey) {
     const LockedManager manager;
     if (!manager) {
         return false;
@@ -116,7 +123,7 @@ bool KLB_IsToggleRegistered(const char* toggleKey) {
     return toggle.registered && !toggle.isDynamic;
 }
 
-bool KLB_IsDynamicToggleRegistered(const char* toggleKey) {
+KLB_FLATTEN bool KLB_IsDynamicToggleRegistered(const char* toggleKey) {
     const LockedManager manager;
     if (!manager) {
         return false;
@@ -125,17 +132,17 @@ bool KLB_IsDynamicToggleRegistered(const char* toggleKey) {
     return toggle.registered && toggle.isDynamic;
 }
 
-bool KLB_GetToggle(const char* toggleKey) {
+KLB_FLATTEN bool KLB_GetToggle(const char* toggleKey) {
     const LockedManager manager;
     return manager.orReport(kToggleCallBeforeInit) && manager->getToggle(toggleKey, false);
 }
 
-bool KLB_GetDynamicToggle(const char* toggleKey) {
+KLB_FLATTEN bool KLB_GetDynamicToggle(const char* toggleKey) {
     const LockedManager manager;
     return manager.orReport(kToggleCallBeforeInit) && manager->getToggle(toggleKey, true);
 }
 
-void KLB_SetDynamicToggle(const char* toggleKey, bool value) {
+KLB_FLATTEN void KLB_SetDynamicToggle(const char* toggleKey, bool value) {
     const LockedManager manager;
     if (manager.orReport(kToggleCallBeforeInit)) {
         manager->setDynamicToggle(toggleKey, value);

@@ -5,14 +5,25 @@
 #include "registry/key_check.h"
 #include "registry/toggles.h"
 
+#include <memory_resource>
 #include <string>
 
 namespace klb {
 
-void addProperty(ToggleRecord& toggle, std::string_view name, std::string_view value) {
-    if (!ToggleProperties(toggle).contain(name)) {
-        toggle.addedProperties.push_back({name, std::string(value)});
+void addProperty(ToggleRecord& toggle, std::string_view name, std::string_view value,
+                 std::pmr::memory_resource& memory) {
+    if (ToggleProperties(toggle).contain(name)) {
+        return;
     }
+    std::pmr::polymorphic_allocator<> allocator(&memory);
+    auto* added = allocator.new_object<ToggleProperty>();
+    added->name = name;
+    added->value = copyText(value, memory);
+    ToggleProperty** last = &toggle.addedProperties;
+    while (*last != nullptr) {
+        last = &(*last)->next;
+    }
+    *last = added;
 }
 
 void addToggleProperty(Registry& registry, const char* key, std::string_view name,
@@ -33,7 +44,7 @@ void addToggleProperty(Registry& registry, const char* key, std::string_view nam
         reportDomainError(text.c_str());
         return;
     }
-    addProperty(*toggle, name, value);
+    addProperty(*toggle, name, value, registry.toggleMemory);
 }
 
 } // namespace klb

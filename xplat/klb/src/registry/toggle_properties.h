@@ -9,8 +9,10 @@ namespace klb {
 
 // Names of properties are constants of the library; records refer to them.
 
-/// Gives a toggle a property. The first value of a name stays: a later one is dropped silently.
-void addProperty(ToggleRecord& toggle, std::string_view name, std::string_view value);
+/// Gives a toggle a property, which the memory keeps. The first value of a name stays: a later one
+/// is dropped silently.
+void addProperty(ToggleRecord& toggle, std::string_view name, std::string_view value,
+                 std::pmr::memory_resource& memory);
 
 /// Gives the toggle of a key a property.
 void addToggleProperty(Registry& registry, const char* key, std::string_view name,

@@ -7,7 +7,6 @@
 #include "registry/toggle_files.h"
 #include "trust/override_path.h"
 
-#include <memory_resource>
 #include <optional>
 #include <string>
 #include <utility>
@@ -38,7 +37,7 @@ void applyToggleFile(const Registry& registry, ToggleRecord& toggle) {
     if (document == nullptr) {
         return;
     }
-    if (const auto value = lookUp(*document, *document->toggleTree, toggle.key)) {
+    if (const auto value = lookUp(*document, *document->toggleTree, toggle.key())) {
         toggle.setValue(*value, false);
     }
 }
@@ -52,42 +51,30 @@ void applyOverrideFile(const Registry& registry, ToggleRecord& toggle) {
     if (document == nullptr) {
         return;
     }
-    if (const auto value = lookUp(*document, document->root, toggle.key)) {
+    if (const auto value = lookUp(*document, document->root, toggle.key())) {
         toggle.setValue(*value, true);
     }
 }
 
-std::string_view copyText(std::string_view text, std::pmr::memory_resource& memory) {
-    char* copy = static_cast<char*>(memory.allocate(text.size(), alignof(char)));
-    text.copy(copy, text.size());
-    return {copy, text.size()};
-}
-
 /// Enters a finished toggle everywhere. All or nothing: memory may run out at each step but the
 /// last.
-void addToggle(Registry& registry, ToggleRecord finished) {
-    auto& toggles = registry.togglesByKey;
-    const std::string_view key = copyText(finished.key, registry.toggleMemory);
-    finished.key = key;
-    // Keys that come in their order find their place at once.
-    const auto entry = toggles.try_emplace(toggles.end(), key, std::move(finished));
-    Rollback forget([&]() noexcept { toggles.erase(entry); });
-    ToggleRecord& toggle = entry->second;
-
-    auto& fileToggles = toggle.file->toggles;
-    fileToggles.push_back(&toggle);
-    Rollback unlist([&]() noexcept { fileToggles.pop_back(); });
+void addToggle(Registry& registry, ToggleRecord& toggle) {
+    registry.toggles.add(toggle);
+    Rollback unlist([&]() noexcept { registry.toggles.removeLast(); });
 
     auto& differing = (toggle.overridden ? registry.overrideFile : toggle.file)->differingToggles;
     if (toggle.differs) {
-        differing.emplace(key, &toggle);
+        differing.add(toggle);
     }
-    Rollback equalise([&]() noexcept { differing.erase(key); });
+    Rollback equalise([&]() noexcept {
+        if (toggle.differs) {
+            differing.removeLast();
+        }
+    });
 
     registry.toggleIndex.insert(toggle);
     equalise.commit();
     unlist.commit();
-    forget.commit();
 }
 
 } // namespace
@@ -115,15 +102,14 @@ void registerToggle(Registry& registry, const char* key, bool defaultValue, cons
         return;
     }
 
-    ToggleRecord toggle;
-    toggle.key = key;
+    ToggleRecord& toggle = createToggle(key, registry.toggleMemory);
     toggle.defaultValue = defaultValue;
     toggle.currentValue = defaultValue;
     toggle.isDynamic = isDynamic;
     toggle.file = &file;
     applyToggleFile(registry, toggle);
     applyOverrideFile(registry, toggle);
-    addToggle(registry, std::move(toggle));
+    addToggle(registry, toggle);
 }
 
 void warnOfUnregisteredKey(const char* key) {

@@ -18,9 +18,9 @@ void addLine(ReportBuffer& report, std::string_view subject, std::string_view co
 void addFile(ReportBuffer& report, const ToggleFileRecord& file) {
     // "UNKNONN": hosts know the text like this.
     addLine(report, file.token, file.path.empty() ? "UNKNONN" : std::string_view(file.path));
-    for (const auto& [key, toggle] : file.differingToggles) {
+    for (const ToggleRecord* toggle : file.differingToggles.inKeyOrder()) {
         if (toggle->differs) {
-            addLine(report, key, toggle->currentValue ? "true" : "false");
+            addLine(report, toggle->key(), toggle->currentValue ? "true" : "false");
         }
     }
 }

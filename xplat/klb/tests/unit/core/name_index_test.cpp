@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
@@ -54,15 +55,16 @@ TEST(NameIndex, KeepsTheFirstOfAName) {
     EXPECT_EQ(index.size(), 0U);
 }
 
-TEST(NameHash, HasASeedOfItsOwn) {
+TEST(NameHash, DependsOnItsSeed) {
     std::set<std::size_t> hashes;
-    for (int i = 0; i < 100; ++i) {
-        const NameHash hash;
+    for (std::uint64_t seed = 0; seed < 100; ++seed) {
+        const NameHash hash(seed);
         const NameHash copy = hash;
         EXPECT_EQ(hash("/group/feature"), copy("/group/feature"));
         hashes.insert(hash("/group/feature"));
     }
     EXPECT_EQ(hashes.size(), 100U);
+    EXPECT_EQ(NameHash()("/group/feature"), NameHash(hashSeed())("/group/feature"));
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace klb {
@@ -15,15 +14,15 @@ namespace {
 /// Toggles by key, and the tree of them.
 class Tree {
 public:
-    explicit Tree(std::vector<std::string> keys) : keys_(std::move(keys)) {
+    explicit Tree(const std::vector<std::string>& keys) {
         file_.token = "core";
-        for (const std::string& key : keys_) {
-            ToggleRecord& toggle = toggles_[key];
-            toggle.key = key;
+        for (const std::string& key : keys) {
+            ToggleRecord& toggle = createToggle(key, memory_);
             toggle.file = &file_;
+            toggles_.emplace(toggle.key(), &toggle);
         }
         for (const auto& [key, toggle] : toggles_) {
-            tree_.addToggleReportEntry(toggle);
+            tree_.addToggleReportEntry(*toggle);
         }
     }
 
@@ -43,7 +42,7 @@ private:
         return text;
     }
 
-    const std::vector<std::string> keys_;
+    std::pmr::monotonic_buffer_resource memory_;
     ToggleFileRecord file_;
     ToggleTable toggles_;
     ToggleTree tree_;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory_resource>
 #include <string>
 #include <vector>
 
@@ -37,8 +38,9 @@ protected:
         toggle.differs = true;
     }
 
+    std::pmr::monotonic_buffer_resource memory;
     ToggleFileRecord file;
-    ToggleRecord toggle;
+    ToggleRecord& toggle = createToggle("/key", memory);
 };
 
 TEST_F(AddProperty, ComesBehindTheFactsOfRegistration) {
@@ -47,8 +49,8 @@ TEST_F(AddProperty, ComesBehindTheFactsOfRegistration) {
                                         "KLB_ToggleFileToken 'core'"}));
     toggle.isDynamic = true;
     toggle.defaultValue = false;
-    addProperty(toggle, "b", "1");
-    addProperty(toggle, "a", "");
+    addProperty(toggle, "b", "1", memory);
+    addProperty(toggle, "a", "", memory);
     EXPECT_EQ(propertiesOf(toggle),
               (std::vector<std::string>{"KLB_DefaultValue false", "KLB_IsDynamic true",
                                         "KLB_ToggleFileToken 'core'", "b '1'", "a ''"}));
@@ -58,8 +60,8 @@ TEST_F(AddProperty, FirstValueStays) {
     for (const char* name :
          {"a", "a", "KLB_DefaultValue", "KLB_IsDynamic", "KLB_ToggleFileToken"}) {
         EXPECT_EQ(ToggleProperties(toggle).contain(name),
-                  std::string_view(name) != "a" || !toggle.addedProperties.empty());
-        addProperty(toggle, name, toggle.addedProperties.empty() ? "first" : "later");
+                  std::string_view(name) != "a" || toggle.addedProperties != nullptr);
+        addProperty(toggle, name, toggle.addedProperties == nullptr ? "first" : "later", memory);
     }
     EXPECT_EQ(propertiesOf(toggle),
               (std::vector<std::string>{"KLB_DefaultValue true", "KLB_IsDynamic false",

@@ -20,7 +20,7 @@ protected:
     }
 
     const ToggleRecord& toggle(const char* key) {
-        return registry.togglesByKey.at(key);
+        return *registry.togglesByKey.at(key);
     }
 
     test::FakePlatform platform;
@@ -72,7 +72,7 @@ TEST_F(Toggles, AreKeptInRegistrationOrderPerToken) {
     }
     std::string order;
     for (const ToggleRecord* each : findToggleFile(registry, "token")->toggles) {
-        order += each->key;
+        order += each->key();
     }
     EXPECT_EQ(order, "/z/a/m");
 }

@@ -19,12 +19,11 @@ protected:
     }
 
     void addToggle(ToggleFileRecord& file, const char* key, bool value, bool differs) {
-        ToggleRecord& toggle = registry.togglesByKey[key];
-        toggle.key = registry.togglesByKey.find(key)->first;
+        ToggleRecord& toggle = createToggle(key, registry.toggleMemory);
         toggle.currentValue = value;
         toggle.differs = differs;
         toggle.file = &file;
-        file.differingToggles[toggle.key] = &toggle;
+        file.differingToggles[toggle.key()] = &toggle;
     }
 
     std::string text() const {
