@@ -2,6 +2,7 @@
 
 #include "measure.h"
 
+#include <cmath>
 #include <cstdio>
 #include <string_view>
 
@@ -20,9 +21,7 @@ std::string fixed(double value, int decimals) {
 
 /// A count, without decimals when it is whole.
 std::string plain(double value) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.10g", value);
-    return text;
+    return fixed(value, value == std::floor(value) ? 0 : 1);
 }
 
 std::string formatSeconds(double seconds) {
