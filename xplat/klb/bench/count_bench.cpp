@@ -1,30 +1,32 @@
+#include "child_process.h"
 #include "measure.h"
 #include "rows.h"
 
-#include <iterator>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
-
-#if defined(KLB_COUNTS_PROGRAM)
-#include "child_process.h"
-#endif
 
 namespace klb::bench {
 
 namespace {
 
-/// What the counting program prints, by row; nothing where there is no such program.
+/// Whether this platform lets a program count the calls that libraries make.
+#if defined(KLB_BENCH_COUNTS_CALLS)
+constexpr bool kCountsCalls = true;
+#else
+constexpr bool kCountsCalls = false;
+#endif
+
+/// What the counting program prints, by row.
 std::map<std::string, double> readCounts() {
     std::map<std::string, double> counts;
-#if defined(KLB_COUNTS_PROGRAM)
     std::istringstream lines(outputOf(KLB_COUNTS_PROGRAM, {}));
     std::string name;
     std::string value;
     while (std::getline(lines, name, '\t') && std::getline(lines, value)) {
         counts[name] = std::stod(value);
     }
-#endif
     return counts;
 }
 
@@ -33,8 +35,11 @@ void tellCount(benchmark::State& state, const std::string& row) {
     for (auto _ : state) {
         state.SetIterationTime(0);
     }
-    if (!counts.empty()) {
-        state.counters[counters::kFigure] = counts.at(row);
+    const auto count = counts.find(row);
+    if (count != counts.end()) {
+        state.counters[counters::kFigure] = count->second;
+    } else if (kCountsCalls) {
+        throw std::logic_error("the counting program leaves the row out");
     }
 }
 

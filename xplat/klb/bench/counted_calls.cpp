@@ -98,7 +98,11 @@ KLB_COUNTED int pthread_mutex_lock(pthread_mutex_t* mutex) {
 namespace klb::bench {
 
 CountedCalls countedCalls() noexcept {
-    return {allocations, locks, bytes};
+    return {allocations, locks};
+}
+
+std::int64_t heapBytes() noexcept {
+    return bytes;
 }
 
 } // namespace klb::bench

@@ -5,15 +5,16 @@
 
 namespace klb::bench {
 
-/// What this process has called and holds since its start, the libraries in it included.
+/// What this process has called since its start, the libraries in it included.
 struct CountedCalls {
     std::int64_t allocations = 0;
     std::int64_t locks = 0;
-    /// In use on the heap, with what the allocator keeps beside each block.
-    std::int64_t bytes = 0;
 };
 
 CountedCalls countedCalls() noexcept;
+
+/// What is in use on its heap, with what the allocator keeps beside each block.
+std::int64_t heapBytes() noexcept;
 
 } // namespace klb::bench
 

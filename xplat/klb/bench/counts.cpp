@@ -1,13 +1,18 @@
-// Counts what the library takes: calls of the allocator, locks and memory. Prints a line "NAME
-// VALUE" for each row, named as the row. A program of its own, so that counting costs no time in
-// the one that measures time.
+// Counts what the library takes: calls of the allocator, locks and memory. Prints a line with name
+// and value for each row. A program of its own, so that counting costs no time in the one that
+// measures time.
 #include "configuration.h"
+#if defined(KLB_BENCH_COUNTS_CALLS)
 #include "counted_calls.h"
+#else
+#include "process_resources.h"
+#endif
 #include "queries.h"
 #include "toggle_sets.h"
 
 #include "klb.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -19,11 +24,20 @@ namespace klb::bench {
 
 namespace {
 
-constexpr std::size_t kCountOfQueries = 1'000;
+#if !defined(KLB_BENCH_COUNTS_CALLS)
+/// What is in use on the process's heaps, without what they keep beside each block.
+std::int64_t heapBytes() {
+    return klb::test::processResources().heapBytes;
+}
+#endif
 
 void printRow(const std::string& what, std::size_t count, double value) {
     std::printf("%s/%zu\t%.10g\n", what.c_str(), count, value);
 }
+
+#if defined(KLB_BENCH_COUNTS_CALLS)
+
+constexpr std::size_t kCountOfQueries = 1'000;
 
 void countCalls(const std::string& what, const std::vector<std::string>& keys, const Query& query) {
     const std::vector<const char*> queries = drawQueries(keys);
@@ -49,18 +63,19 @@ void countQueries() {
     countCalls("KLB_GetToggle, unknown key", makeUnknownKeys(keys), getToggleQuery());
 }
 
+#endif
+
 /// What the toggles take when the files are loaded already.
 void countMemoryOfToggles(const std::string& what, const Shape& shape, Overrides overrides) {
     const Configuration configuration(shape, kLargeCount);
     const std::vector<std::string> keys = shuffled(makeKeys(shape, kLargeCount));
     const LoadedSession session(configuration, overrides);
-    const CountedCalls before = countedCalls();
+    const std::int64_t before = heapBytes();
     for (const std::string& key : keys) {
         KLB_RegisterToggle(key.c_str(), false, kToken);
     }
-    const CountedCalls after = countedCalls();
     printRow("bytes for a toggle, " + what, kLargeCount,
-             static_cast<double>(after.bytes - before.bytes) / static_cast<double>(kLargeCount));
+             static_cast<double>(heapBytes() - before) / static_cast<double>(kLargeCount));
 }
 
 /// What a loaded file takes beyond its document.
@@ -69,22 +84,23 @@ void countMemoryOfFile() {
     const klb::test::TempDirectory files;
     const std::string file = files.write("toggles.json", text);
 
-    const CountedCalls beforeParse = countedCalls();
+    const std::int64_t beforeParse = heapBytes();
     rapidjson::Document document;
     document.Parse(text.c_str());
-    const CountedCalls afterParse = countedCalls();
+    const std::int64_t bytesOfDocument = heapBytes() - beforeParse;
 
     const klb::test::LibrarySession session(kSystemId);
-    const CountedCalls beforeLoad = countedCalls();
+    const std::int64_t beforeLoad = heapBytes();
     KLB_RegisterToggleFile(KLB_ToggleFileType_Supported, kToken, file.c_str());
-    const CountedCalls afterLoad = countedCalls();
+    const std::int64_t bytesOfFile = heapBytes() - beforeLoad;
     printRow("bytes beside the document of a loaded file", kLargeCount,
-             static_cast<double>((afterLoad.bytes - beforeLoad.bytes) -
-                                 (afterParse.bytes - beforeParse.bytes)));
+             static_cast<double>(bytesOfFile - bytesOfDocument));
 }
 
 void countEverything() {
+#if defined(KLB_BENCH_COUNTS_CALLS)
     countQueries();
+#endif
     countMemoryOfToggles("flat", kFlatOf20Bytes, Overrides::kOff);
     countMemoryOfToggles("groups", kGroupsOf20Bytes, Overrides::kOff);
     countMemoryOfToggles("flat, with overrides", kFlatOf20Bytes, Overrides::kOn);

@@ -1,6 +1,7 @@
 #include "rows.h"
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
 #include <map>
 #include <stdexcept>
@@ -45,7 +46,14 @@ void addRow(std::string_view what, std::string_view floor, std::size_t count, Pa
     if (!rows().emplace(name, row).second) {
         throw std::logic_error("two rows are called " + name);
     }
-    benchmark::RegisterBenchmark(name.c_str(), std::move(run))
+    const auto runOrSkip = [run = std::move(run)](benchmark::State& state) {
+        try {
+            run(state);
+        } catch (const std::exception& error) {
+            state.SkipWithError(error.what());
+        }
+    };
+    benchmark::RegisterBenchmark(name.c_str(), runOrSkip)
         ->Iterations(static_cast<int>(pairs))
         ->UseManualTime();
 }

@@ -6,18 +6,33 @@
 
 namespace klb::bench {
 
+/// Measures the time of the calling thread's work. It is the time that passed, but where the system
+/// took the processor away meanwhile, it is the time that the thread had it: long pieces of work
+/// would else lose more than short ones on a machine that does other things too.
+class Stopwatch {
+public:
+    Stopwatch();
+    double seconds() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    long switches_;
+    double processorSeconds_;
+    Clock::time_point started_;
+};
+
 /// Has the allocator do the work that earlier frees left behind, which would else be charged to
 /// whoever asks for a large block next.
 void settleHeap();
 
-/// How long a piece of work takes, in seconds.
+/// How long a piece of work takes, in seconds. It must not wait for other threads.
 template <class Work>
 double secondsOf(Work&& work) {
     settleHeap();
-    const auto started = std::chrono::steady_clock::now();
+    const Stopwatch stopwatch;
     std::forward<Work>(work)();
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
-    return elapsed.count();
+    return stopwatch.seconds();
 }
 
 } // namespace klb::bench

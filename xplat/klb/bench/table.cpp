@@ -2,6 +2,7 @@
 
 #include "measure.h"
 
+#include <cmath>
 #include <cstdio>
 #include <string_view>
 
@@ -20,9 +21,7 @@ std::string fixed(double value, int decimals) {
 
 /// A count, without decimals when it is whole.
 std::string plain(double value) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.10g", value);
-    return text;
+    return fixed(value, value == std::floor(value) ? 0 : 1);
 }
 
 std::string formatSeconds(double seconds) {
@@ -95,8 +94,8 @@ void Table::Finalize() {
     if (format_ == Format::kJson) {
         printJson();
     } else {
-        std::printf("\n%zu rows: %d meet their goal, %d miss it, %zu are reported\n", lines_.size(),
-                    met_, missed_,
+        std::printf("\n%zu rows: %d meet their goal, %d miss it, %zu are not judged\n",
+                    lines_.size(), met_, missed_,
                     lines_.size() - static_cast<std::size_t>(met_) -
                         static_cast<std::size_t>(missed_));
     }
@@ -145,9 +144,9 @@ void Table::print(const Line& line) {
     if (!line.failure.empty()) {
         verdict += ": " + line.failure;
     }
-    printLine(goal.what, std::to_string(line.row.count), figure, goal.floor,
-              line.floor ? formatSeconds(*line.floor) : "", line.ratio ? fixed(*line.ratio, 2) : "",
-              goalText(goal), verdict);
+    printLine(goal.what, line.row.count == kNoToggles ? "" : std::to_string(line.row.count), figure,
+              goal.floor, line.floor ? formatSeconds(*line.floor) : "",
+              line.ratio ? fixed(*line.ratio, 2) : "", goalText(goal), verdict);
 }
 
 void Table::printJson() const {
