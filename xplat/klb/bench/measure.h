@@ -20,8 +20,8 @@ double meanOf(std::size_t runs, Run&& run) {
     return sum / static_cast<double>(runs);
 }
 
-/// The middle one; throws when there is none.
-double medianOf(std::vector<double> values);
+/// Throws when there is none.
+double leastOf(const std::vector<double>& values);
 
 /// The counters by which a benchmark tells what it measured.
 namespace counters {
@@ -30,19 +30,18 @@ inline constexpr const char* kFloor = "floor";
 inline constexpr const char* kRatio = "ratio";
 } // namespace counters
 
-/// Times of a figure and of its floor, taken in turns: what disturbs the machine for a while meets
-/// both.
+/// Times of a figure and of its floor, taken in turns, so that both have their share of the
+/// machine's quiet moments.
 class PairedTimes {
 public:
     void add(double figure, double floor);
 
-    /// Medians of both, and of the ratios of neighbours.
+    /// The least of both: what disturbs a run makes it longer and never shorter.
     void tell(benchmark::State& state) const;
 
 private:
     std::vector<double> figures_;
     std::vector<double> floors_;
-    std::vector<double> ratios_;
 };
 
 /// Runs a benchmark whose figure and floor are functions that give seconds. Each goes first every

@@ -79,7 +79,7 @@ TEST_F(BuildDefaultToggleJson, StartsAnewAfterAFailure) {
     EXPECT_THROW(build(), std::length_error);
     EXPECT_THROW(build(), std::length_error);
     EXPECT_EQ(report.GetAllocator().Size(), pool);
-    registry.togglesByKey.erase(key);
+    registry.toggles.removeLast();
     EXPECT_EQ(build(), size);
 }
 

@@ -19,9 +19,9 @@ public:
         for (const std::string& key : keys) {
             ToggleRecord& toggle = createToggle(key, memory_);
             toggle.file = &file_;
-            toggles_.emplace(toggle.key(), &toggle);
+            toggles_.add(toggle);
         }
-        for (const auto& [key, toggle] : toggles_) {
+        for (const ToggleRecord* toggle : toggles_.inKeyOrder()) {
             tree_.addToggleReportEntry(*toggle);
         }
     }
@@ -44,7 +44,7 @@ private:
 
     std::pmr::monotonic_buffer_resource memory_;
     ToggleFileRecord file_;
-    ToggleTable toggles_;
+    ToggleOrder toggles_;
     ToggleTree tree_;
 };
 

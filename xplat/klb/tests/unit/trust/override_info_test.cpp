@@ -23,7 +23,7 @@ protected:
         toggle.currentValue = value;
         toggle.differs = differs;
         toggle.file = &file;
-        file.differingToggles[toggle.key()] = &toggle;
+        file.differingToggles.add(toggle);
     }
 
     std::string text() const {
