@@ -4,6 +4,7 @@
 #include "IKLBManager.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <iterator>
 
@@ -26,7 +27,7 @@ public:
         return &identity_;
     }
 
-    /// The manager while it is published, else null.
+    /// The manager while it is published, else null. May be asked by any thread.
     IKLBManager* manager() const noexcept {
         return manager_;
     }
@@ -154,7 +155,7 @@ private:
     Definition definition_{*this};
     Registration registration_{*this};
     Singletons singletons_{*this};
-    IKLBManager* manager_ = nullptr;
+    std::atomic<IKLBManager*> manager_{nullptr};
     int references_ = 0;
 };
 
