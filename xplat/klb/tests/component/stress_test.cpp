@@ -185,8 +185,9 @@ protected:
                 while (std::chrono::steady_clock::now() < end) {
                     perform(mine[random() % mine.size()]);
                     ++calls_;
-                    if (thread == 0) {
-                        std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000));
+                    // The lock is not fair: without pauses one thread would keep it for itself.
+                    if (thread == 0 || random() % 32 == 0) {
+                        std::this_thread::sleep_for(std::chrono::microseconds(random() % 200));
                     }
                 }
             });
@@ -514,7 +515,7 @@ TEST_F(Stress, EveryCallFromEightThreads) {
     RecordProperty("calls", std::to_string(calls()));
     RecordProperty("terms", std::to_string(terms()));
     EXPECT_GT(calls(), 1000U);
-    EXPECT_GT(terms(), 10U);
+    EXPECT_GT(terms(), 5U);
     EXPECT_GT(messages, 100U);
 
     // What is left works like new.
