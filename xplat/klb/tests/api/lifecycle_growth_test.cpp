@@ -20,8 +20,8 @@ constexpr int kWarmUpRounds = 200;
 constexpr int kRounds = 10'000;
 // Verifying a signature takes most of a round's time.
 constexpr int kRoundsForEachProtectedFile = 10;
-// Less than a byte a round.
-constexpr std::int64_t kMaxHeapGrowth = kRounds - 1;
+// Less than a byte for each round with a protected file.
+constexpr std::int64_t kMaxHeapGrowth = kRounds / kRoundsForEachProtectedFile - 1;
 // Less than a page for each ten rounds.
 constexpr std::int64_t kMaxMappedGrowth = kRounds / 10 * 4096 - 1;
 
