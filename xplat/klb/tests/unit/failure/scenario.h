@@ -38,6 +38,16 @@ constexpr std::string_view kCertificateStep = "KLB_SetCertificateData";
 constexpr std::string_view kProtectedFileStep = "a protected file";
 constexpr std::string_view kTokenQueryStep = "a query of a token";
 
+/// The keys that the scenario registers.
+constexpr std::string_view kKeys[] = {
+    "/a group of some length/a toggle that the file sets",
+    "/a group of some length/a toggle that is overridden",
+    "/a group of some length/a dynamic toggle that the file sets",
+    "/a",
+    "/another group of some length/a toggle of the plug-in",
+    "/another group of some length/a dynamic toggle",
+};
+
 /// Everything that a host does with the library between KLB_Init() and KLB_Term(), both included,
 /// call by call and with files on the disk. One at a time.
 class Scenario {
