@@ -124,9 +124,15 @@ void registerToggleFile(Registry& registry, KLB_ToggleFileType type, const char*
     attachFile(registry, record, std::move(path), file);
     loadToggleDocument(record, registry.systemId, *registry.platform);
     const std::string error = loadErrorText(record);
+    if (error.empty()) {
+        detach.commit();
+        return;
+    }
+    // Made while the call can still be taken back: later ones are silent about this error.
+    const std::domain_error exception(error);
     detach.commit();
-    if (!error.empty()) {
-        reportDomainError(error.c_str());
+    if (!reportMessage(error.c_str())) {
+        throw exception;
     }
 }
 

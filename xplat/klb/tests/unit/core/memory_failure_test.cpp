@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+#include <string>
+
 namespace klb {
 namespace {
 
@@ -101,6 +104,47 @@ TEST_F(MemoryFailure, ALoadErrorIsReportedByTheCallThatHasTheMemory) {
     EXPECT_GT(allocations, 8);
     EXPECT_EQ(lastMessage, "registerToggleFile: ParseErrorObjectMissColon in file: " +
                                std::string(kFile) + " at offset: 41");
+}
+
+TEST_F(MemoryFailure, ALoadErrorIsThrownByTheCallThatHasTheMemory) {
+    platform.files[kFile].bytes = "{\"no document at all, and of some length\"";
+    const auto manager = createManager("", false, platform.services());
+    std::string thrown;
+    thrown.reserve(1000);
+    const int allocations = failEachAllocation([&] {
+        if (!thrown.empty()) {
+            return;
+        }
+        try {
+            manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+        } catch (const std::domain_error& error) {
+            thrown = error.what();
+        }
+    });
+    EXPECT_GT(allocations, 8);
+    EXPECT_EQ(thrown, "registerToggleFile: ParseErrorObjectMissColon in file: " +
+                          std::string(kFile) + " at offset: 41");
+}
+
+TEST_F(MemoryFailure, AnErrorOfTheOverrideFileIsThrownByTheCallThatHasTheMemory) {
+    const std::string path = "C:\\Program Files\\A Product\\with a long name\\CIT_OVERRIDE.KLB";
+    platform.files[path].bytes = "{\"no document at all, and of some length\"";
+    const auto manager = createManager("", true, platform.services());
+    std::string thrown;
+    thrown.reserve(1000);
+    const int allocations = failEachAllocation([&] {
+        if (!thrown.empty()) {
+            return;
+        }
+        try {
+            manager->registerToggle(kOverridden, true, kToken, false);
+        } catch (const std::domain_error& error) {
+            thrown = error.what();
+        }
+    });
+    EXPECT_GT(allocations, 8);
+    EXPECT_EQ(thrown,
+              "registerToggleFile: ParseErrorObjectMissColon in file: " + path + " at offset: 41");
 }
 
 TEST_F(MemoryFailure, AToggleIsRegisteredWholeOrNotAtAll) {

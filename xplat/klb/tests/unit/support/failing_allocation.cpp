@@ -1,5 +1,6 @@
 #include "support/failing_allocation.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -18,23 +19,72 @@ void __wrap_free(void* block);
 
 namespace {
 
-// Plain variables: where thread-local ones are emulated, they come from malloc themselves.
-struct Countdown {
-    std::size_t remaining = 0;
-    bool failed = false;
+using klb::test::FailureExtent;
+using klb::test::MemorySource;
 
-    void start(std::size_t n) noexcept {
-        failed = false;
-        remaining = n;
+// Plain variables: where thread-local ones are emulated, they come from malloc themselves.
+struct Failure {
+    std::size_t n = 0;
+    MemorySource source = MemorySource::Library;
+    FailureExtent extent = FailureExtent::Once;
+    std::size_t allocations = 0;
+    bool isWatching = false;
+
+    bool concerns(MemorySource asking) const noexcept {
+        return asking == source ||
+               (source == MemorySource::Library && asking != MemorySource::Crypto);
     }
-    bool mustFail() noexcept {
-        if (remaining == 0 || --remaining != 0) {
+    bool mustFail(MemorySource asking) noexcept {
+        if (!isWatching || !concerns(asking)) {
             return false;
         }
-        failed = true;
-        return true;
+        ++allocations;
+        return n != 0 && (extent == FailureExtent::Once ? allocations == n : allocations >= n);
     }
 };
+
+Failure failure;
+
+/// The blocks of one source; threads of other tests come here too.
+class Blocks {
+public:
+    constexpr explicit Blocks(MemorySource source) noexcept : source_(source) {}
+
+    void* allocate(std::size_t size) noexcept {
+        return counted(failure.mustFail(source_) ? nullptr : __real_malloc(size));
+    }
+    void* reallocate(void* block, std::size_t size) noexcept {
+        if (failure.mustFail(source_)) {
+            return nullptr;
+        }
+        void* const resized = __real_realloc(block, size);
+        return block == nullptr ? counted(resized) : resized;
+    }
+    void release(void* block) noexcept {
+        if (block != nullptr) {
+            live_.fetch_sub(1, std::memory_order_relaxed);
+            __real_free(block);
+        }
+    }
+    std::ptrdiff_t live() const noexcept {
+        return live_.load(std::memory_order_relaxed);
+    }
+
+private:
+    void* counted(void* block) noexcept {
+        if (block != nullptr) {
+            live_.fetch_add(1, std::memory_order_relaxed);
+        }
+        return block;
+    }
+
+    MemorySource source_;
+    std::atomic<std::ptrdiff_t> live_{0};
+};
+
+constinit Blocks newBlocks(MemorySource::New);
+constinit Blocks mallocBlocks(MemorySource::Malloc);
+constinit Blocks cryptoBlocks(MemorySource::Crypto);
 
 std::string_view watchedText;
 int watchedTextSightings = 0;
@@ -65,11 +115,8 @@ void lookAt(void* block) noexcept {
     }
 }
 
-Countdown ofLibrary;
-Countdown ofCrypto;
-
 void* cryptoMalloc(std::size_t size, const char*, int) {
-    void* block = ofCrypto.mustFail() ? nullptr : __real_malloc(size);
+    void* const block = cryptoBlocks.allocate(size);
     if (block != nullptr) {
         clearNew(block);
     }
@@ -77,14 +124,14 @@ void* cryptoMalloc(std::size_t size, const char*, int) {
 }
 
 void* cryptoRealloc(void* block, std::size_t size, const char*, int) {
-    return ofCrypto.mustFail() ? nullptr : __real_realloc(block, size);
+    return cryptoBlocks.reallocate(block, size);
 }
 
 void cryptoFree(void* block, const char*, int) {
     if (watchesCrypto) {
         lookAt(block);
     }
-    __real_free(block);
+    cryptoBlocks.release(block);
 }
 
 // The crypto library takes other functions only before its first allocation.
@@ -95,28 +142,25 @@ void cryptoFree(void* block, const char*, int) {
 
 namespace klb::test {
 
-FailingAllocation::FailingAllocation(std::size_t n) noexcept {
-    ofLibrary.start(n);
+FailingAllocation::FailingAllocation(std::size_t n, MemorySource source,
+                                     FailureExtent extent) noexcept {
+    failure = {.n = n, .source = source, .extent = extent, .allocations = 0, .isWatching = true};
 }
 
 FailingAllocation::~FailingAllocation() {
-    ofLibrary.remaining = 0;
+    failure.isWatching = false;
 }
 
 bool FailingAllocation::happened() const noexcept {
-    return ofLibrary.failed;
+    return failure.n != 0 && failure.allocations >= failure.n;
 }
 
-FailingCryptoAllocation::FailingCryptoAllocation(std::size_t n) noexcept {
-    ofCrypto.start(n);
+std::size_t FailingAllocation::allocations() const noexcept {
+    return failure.allocations;
 }
 
-FailingCryptoAllocation::~FailingCryptoAllocation() {
-    ofCrypto.remaining = 0;
-}
-
-bool FailingCryptoAllocation::happened() const noexcept {
-    return ofCrypto.failed;
+LiveBlocks LiveBlocks::now() noexcept {
+    return {newBlocks.live(), mallocBlocks.live(), cryptoBlocks.live()};
 }
 
 FreedMemoryWatch::FreedMemoryWatch(std::string_view text, WatchedMemory memory) noexcept {
@@ -137,7 +181,7 @@ int FreedMemoryWatch::sightings() const noexcept {
 } // namespace klb::test
 
 void* __wrap_malloc(std::size_t size) {
-    void* block = ofLibrary.mustFail() ? nullptr : __real_malloc(size);
+    void* const block = mallocBlocks.allocate(size);
     if (block != nullptr) {
         clearNew(block);
     }
@@ -145,16 +189,16 @@ void* __wrap_malloc(std::size_t size) {
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
-    return ofLibrary.mustFail() ? nullptr : __real_realloc(block, size);
+    return mallocBlocks.reallocate(block, size);
 }
 
 void __wrap_free(void* block) {
     lookAt(block);
-    __real_free(block);
+    mallocBlocks.release(block);
 }
 
 void* operator new(std::size_t size) {
-    void* block = ofLibrary.mustFail() ? nullptr : __real_malloc(size == 0 ? 1 : size);
+    void* const block = newBlocks.allocate(size == 0 ? 1 : size);
     if (block == nullptr) {
         throw std::bad_alloc();
     }
@@ -164,10 +208,10 @@ void* operator new(std::size_t size) {
 
 void operator delete(void* block) noexcept {
     lookAt(block);
-    __real_free(block);
+    newBlocks.release(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept {
     lookAt(block);
-    __real_free(block);
+    newBlocks.release(block);
 }

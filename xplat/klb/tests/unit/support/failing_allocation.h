@@ -6,29 +6,47 @@
 
 namespace klb::test {
 
-/// Makes one allocation fail: the n-th, counted from 1, of operator new and of the
-/// library's calls of malloc and realloc together. For tests with one thread.
+/// Who takes memory: operator new, the library's calls of malloc and realloc, both of these, or the
+/// crypto library.
+enum class MemorySource { New, Malloc, Library, Crypto };
+
+enum class FailureExtent { Once, FromThereOn };
+
+/// Makes the n-th allocation of a source fail, counted from 1, or that and all later ones; none for
+/// 0. One at a time, in tests with one thread.
 class FailingAllocation {
 public:
-    explicit FailingAllocation(std::size_t n) noexcept;
+    explicit FailingAllocation(std::size_t n, MemorySource source = MemorySource::Library,
+                               FailureExtent extent = FailureExtent::Once) noexcept;
     ~FailingAllocation();
     FailingAllocation(const FailingAllocation&) = delete;
     FailingAllocation& operator=(const FailingAllocation&) = delete;
 
     /// Whether the n-th allocation has been reached.
     bool happened() const noexcept;
+
+    /// How many allocations of the source there were, those that failed included.
+    std::size_t allocations() const noexcept;
 };
 
-/// Makes the n-th allocation of the crypto library fail, counted from 1.
-class FailingCryptoAllocation {
-public:
-    explicit FailingCryptoAllocation(std::size_t n) noexcept;
-    ~FailingCryptoAllocation();
-    FailingCryptoAllocation(const FailingCryptoAllocation&) = delete;
-    FailingCryptoAllocation& operator=(const FailingCryptoAllocation&) = delete;
+/// How many blocks of each source are in use.
+struct LiveBlocks {
+    std::ptrdiff_t ofNew = 0;
+    std::ptrdiff_t ofMalloc = 0;
+    std::ptrdiff_t ofCrypto = 0;
 
-    /// Whether the n-th allocation has been reached.
-    bool happened() const noexcept;
+    static LiveBlocks now() noexcept;
+
+    bool operator==(const LiveBlocks&) const = default;
+    LiveBlocks operator-(const LiveBlocks& other) const noexcept {
+        return {ofNew - other.ofNew, ofMalloc - other.ofMalloc, ofCrypto - other.ofCrypto};
+    }
+    LiveBlocks& operator+=(const LiveBlocks& other) noexcept {
+        ofNew += other.ofNew;
+        ofMalloc += other.ofMalloc;
+        ofCrypto += other.ofCrypto;
+        return *this;
+    }
 };
 
 enum class WatchedMemory { OfLibrary, OfCryptoLibraryToo };

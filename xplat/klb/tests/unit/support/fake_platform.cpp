@@ -10,13 +10,17 @@ FakePlatform* current = nullptr;
 
 class FakeInputFile final : public InputFile {
 public:
-    explicit FakeInputFile(const FakeFile& file) : file_(file) {}
+    explicit FakeInputFile(FakeFile& file) : file_(file) {}
 
     std::optional<std::uint64_t> size() override {
         if (file_.sizeUnknown) {
             return std::nullopt;
         }
-        return file_.claimedSize.value_or(file_.bytes.size());
+        const std::uint64_t size = file_.claimedSize.value_or(file_.bytes.size());
+        if (file_.afterSize) {
+            file_.afterSize(file_);
+        }
+        return size;
     }
 
     std::size_t read(char* buffer, std::size_t count) override {
@@ -24,7 +28,7 @@ public:
     }
 
 private:
-    const FakeFile& file_;
+    FakeFile& file_;
 };
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "platform/platform.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -16,6 +17,8 @@ struct FakeFile {
     /// What the platform says of the size; the true one when empty.
     std::optional<std::uint64_t> claimedSize = std::nullopt;
     bool sizeUnknown = false;
+    /// Runs when the size was told and nothing is read yet.
+    std::function<void(FakeFile&)> afterSize = nullptr;
     /// How often it was opened.
     int opened = 0;
 };

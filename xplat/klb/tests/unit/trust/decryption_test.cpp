@@ -109,7 +109,7 @@ TEST(DecryptContent, SurvivesEveryFailedAllocationOfTheCryptoLibrary) {
         bool good = false;
         bool happened = false;
         {
-            const test::FailingCryptoAllocation failure(n);
+            const test::FailingAllocation failure(n, test::MemorySource::Crypto);
             good = decryptContent(record, "System");
             happened = failure.happened();
         }

@@ -89,7 +89,7 @@ TEST(ErrorQueueScope, KeepsTheCodesWhenMemoryRunsOut) {
         const unsigned long last = ERR_peek_last_error();
         bool happened = false;
         {
-            const test::FailingCryptoAllocation failure(n);
+            const test::FailingAllocation failure(n, test::MemorySource::Crypto);
             { const ErrorQueueScope scope; }
             happened = failure.happened();
         }

@@ -267,7 +267,7 @@ TEST_F(VerifySignature, SurvivesEveryFailedAllocationOfTheCryptoLibrary) {
         bool good = false;
         bool happened = false;
         {
-            const test::FailingCryptoAllocation failure(n);
+            const test::FailingAllocation failure(n, test::MemorySource::Crypto);
             good = verifySignature(record, platform.services());
             happened = failure.happened();
         }
