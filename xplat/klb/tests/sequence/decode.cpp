@@ -1,0 +1,557 @@
+#include "decode.h"
+
+#include "byte_source.h"
+#include "contents.h"
+#include "device_identifier.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace klb::test {
+
+namespace {
+
+/// Names of members and properties, names that are prefixes of each other or of other members, and
+/// what is not expected in a key.
+const std::vector<std::string> kKeys = {
+    "/a",
+    "/b",
+    "/c",
+    "/a/b",
+    "/a/b/c",
+    "/a-b",
+    "/a.b",
+    "/a/",
+    "/a//b",
+    "/",
+    "//",
+    "/A",
+    "/ab",
+    "/b/KLB_DefaultValue",
+    "/a/KLB_IsDynamic",
+    "/a/KLB_DefaultValue/x",
+    "/a/KLB_ToggleComment",
+    "/KLB_DefaultValue",
+    "/caf\xC3\xA9",
+    "/caf\xC3\xA9/\xF0\x9F\x94\x91",
+    "/\xFF",
+    "/say \"hi\"\\",
+    "/line\r\n\t\x01",
+    "/features",
+    "/features/a",
+    "/header",
+    "/header/systemId",
+    "",
+    "x",
+    "a/b",
+    "/" + std::string(600, 'k'),
+    "/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d/d",
+};
+
+/// The override file's token stands among its neighbours in byte order.
+const std::vector<std::string> kTokens = {"core",
+                                          "core.ui",
+                                          "cit.feature.overrides",
+                                          "core-ui",
+                                          "",
+                                          "cit.feature.override",
+                                          "a",
+                                          "\"quoted\"\n\x02",
+                                          "\xC3\xA9",
+                                          "\xFF"};
+
+const std::vector<std::string> kTexts = {"a comment",
+                                         "",
+                                         "another comment",
+                                         "says \"this\",\nand 'that'\r\n",
+                                         "\b\f\t\x01\x1B\x1F\x7F",
+                                         "C:\\path\\and/slash",
+                                         "\xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x94\x91",
+                                         "\x80\xFF"};
+
+/// Files that may come to be.
+const std::vector<std::string> kFiles = {"DIR|core.json",
+                                         "DIR|ui.json",
+                                         "DIR|sub|core.json",
+                                         "DIR|caf\xC3\xA9.klb",
+                                         "DIR|a|Mosk|Support|bare.json",
+                                         "DIR|b|Mosk|Support|bare.json",
+                                         "DIR|first|CIT_OVERRIDE.KLB",
+                                         "DIR|second|CIT_OVERRIDE.KLB",
+                                         "DIR|CIT_OVERRIDE.KLB"};
+
+/// What a host passes for them, and for files and directories that are not among them.
+const std::vector<std::string> kFileNames = {"DIR|core.json",
+                                             "DIR|ui.json",
+                                             "DIR|sub|core.json",
+                                             "DIR|caf\xC3\xA9.klb",
+                                             "bare.json",
+                                             "DIR|a|Mosk|Support|bare.json",
+                                             "DIR|first|CIT_OVERRIDE.KLB",
+                                             "DIR|core.json",
+                                             "DIR|sub|..|core.json",
+                                             "DIR|.|ui.json",
+                                             "DIR/core.json",
+                                             "DIR|sub",
+                                             "DIR|missing.json",
+                                             "DIR|sub|\xFF\n.json",
+                                             "missing\\core.json",
+                                             "sub/core.json",
+                                             ""};
+
+const std::vector<std::string> kCertificateFiles = {"DIR|mosk.cert.pem", "DIR|sub|mosk.cert.pem",
+                                                    "DIR|a|Mosk|Support|mosk.cert.pem",
+                                                    "DIR|first|mosk.cert.pem"};
+
+const std::vector<std::string> kOverrideDirectories = {
+    "DIR|first",  "DIR|second",        "DIR|first|",  "DIR",
+    "DIR/first/", "DIR|sub|..|second", "DIR|missing", "missing"};
+
+const std::vector<std::string> kSystemIds = {
+    "TestSystem", "TestSystem", "TestSystem", "TestSystem", "OtherSystem", "", "x", "testsystem"};
+
+/// The framework's calls that can fail.
+const std::vector<std::string> kFrameworkCalls = {
+    "host.QueryInterface(IOBXMessageSink)",
+    "host.QueryInterface(IOBXComponentRegistry)",
+    "components.FindDefinition",
+    "components.CreateInstance",
+    "created.Define",
+    "components.QueryInterface(IOBXDefinitionRegistration)",
+    "registration.Register",
+    "host.QueryInterface(IOBXSingletonRegistry)",
+    "singletons.RegisterSingleton",
+    "identity.QueryInterface(IOBXSingletonRegistry)",
+    "singletons.UnregisterSingleton",
+};
+
+struct NamedAnswer {
+    std::string name;
+    Answer answer;
+};
+
+/// The last ones are for calls that give an interface which need not be there.
+const std::vector<NamedAnswer> kAnswers = {
+    {"0x80004005", refusal(0x80004005)},
+    {"0x8000000D", refusal(0x8000000D)},
+    {"0x80004005 and an interface", refusalThatStores(0x80004005)},
+    {"0x8000000D and an interface", refusalThatStores(0x8000000D)},
+    {"success and the code 1", success(1)},
+    {"an exception", exception()},
+    {"null", nullInterface()},
+    {"nothing", nothingStored()},
+};
+constexpr std::size_t kAnswersOfAnyCall = 6;
+
+/// Puts a member at a path, also beside one of the same name. Nothing is put below what is no
+/// object.
+void addAt(JsonValue& object, const std::string& path, const JsonValue& value) {
+    const std::size_t slash = path.find('/', 1);
+    if (slash == std::string::npos) {
+        object.add(path.substr(1), value);
+        return;
+    }
+    const std::string name = path.substr(1, slash - 1);
+    if (object.find(name) == nullptr) {
+        object.add(name, JsonValue::object());
+    }
+    JsonValue* member = object.find(name);
+    if (member->isObject()) {
+        addAt(*member, path.substr(slash), value);
+    }
+}
+
+class Decoder {
+public:
+    explicit Decoder(std::span<const std::uint8_t> bytes) : source_(bytes) {}
+
+    std::vector<Call> calls() {
+        restlessness_ = source_.below(4);
+        addFiles();
+        startHost();
+        while (!source_.isUsedUp() && calls_.size() < kLongestSequence) {
+            addNext();
+        }
+        calls_.resize(std::min(calls_.size(), kLongestSequence), Call{});
+        return std::move(calls_);
+    }
+
+private:
+    void add(Call call) {
+        calls_.push_back(std::move(call));
+    }
+
+    bool flag() {
+        return source_.isOneIn(2);
+    }
+
+    NullableText orRarelyNull(const std::string& text) {
+        return source_.isOneIn(64) ? NullableText() : text;
+    }
+
+    /// Mostly one of the first few, so that calls have to do with each other.
+    template <class Element>
+    const Element& oneOf(const std::vector<Element>& list) {
+        return flag() ? source_.pick(list) : list[source_.below(list.size() / 4 + 1)];
+    }
+
+    NullableText key() {
+        return orRarelyNull(oneOf(kKeys));
+    }
+
+    NullableText token() {
+        return orRarelyNull(oneOf(kTokens));
+    }
+
+    NullableText fileName() {
+        return orRarelyNull(source_.pick(kFileNames));
+    }
+
+    NullableText text() {
+        return source_.isOneIn(16) ? NullableText() : source_.pick(kTexts);
+    }
+
+    int fileType() {
+        const std::vector<int> types = {
+            2, 2, 2, 2, 2, 2, 1, 1, 1, 1, 3, 0, KLB_ToggleFileType_Override, -1};
+        return source_.pick(types);
+    }
+
+    int32_t truth() {
+        const std::vector<int32_t> values = {
+            0, 1, 0, 1, -1, 256, std::numeric_limits<int32_t>::min()};
+        return source_.pick(values);
+    }
+
+    BufferSize bufferSize() {
+        return static_cast<BufferSize>(source_.below(9));
+    }
+
+    JsonValue entryValue() {
+        const std::vector<JsonValue> others = {JsonValue::string("true"), JsonValue::literal("1"),
+                                               JsonValue::literal("null"), JsonValue::literal("[]"),
+                                               JsonValue::object()};
+        const std::size_t draw = source_.below(8);
+        return draw < 7 ? JsonValue::boolean(draw % 2 == 0) : source_.pick(others);
+    }
+
+    void addHeader(JsonValue& root) {
+        JsonValue header;
+        switch (source_.below(16)) {
+        case 0:
+        case 1:
+        case 2:
+        case 3:
+        case 4:
+        case 5:
+            return;
+        case 6:
+            root.add("header", JsonValue::literal("[]"));
+            return;
+        case 7:
+            root.add("header", JsonValue::literal("null"));
+            return;
+        case 8:
+            header.add("systemId", JsonValue::literal("12"));
+            break;
+        case 9:
+            header.add("SystemId", JsonValue::string("TestSystem"));
+            break;
+        case 10:
+            header.add("systemId", JsonValue::string("OtherSystem"));
+            header.add("systemId", JsonValue::string("TestSystem"));
+            break;
+        case 11:
+            header.add("systemId", JsonValue::string(deviceIdentifier()));
+            break;
+        default:
+            header.add("systemId", JsonValue::string("TestSystem"));
+            break;
+        }
+        root.add("header", header);
+    }
+
+    Content document() {
+        JsonValue root;
+        addHeader(root);
+        const std::size_t draw = source_.below(8);
+        const std::string top = draw < 5 ? "" : "/features";
+        if (draw == 4) {
+            root.add("features", JsonValue::boolean(true));
+        }
+        for (std::size_t i = source_.below(9); i > 0; --i) {
+            const std::string& path = oneOf(kKeys);
+            const JsonValue value = entryValue();
+            if (path.starts_with('/')) {
+                addAt(root, top + path, value);
+            }
+        }
+        return documentContent(root);
+    }
+
+    void addFile() {
+        const std::string name = source_.pick(kFiles);
+        const std::size_t draw = source_.below(8);
+        if (draw < 3) {
+            add(write(name, document()));
+        } else if (draw < 5) {
+            add(write(name, source_.pick(protectedContents())));
+        } else if (draw < 7) {
+            add(write(name, source_.pick(peculiarContents())));
+        } else {
+            add(remove(name));
+        }
+    }
+
+    void addCertificateFile() {
+        const std::string name = source_.pick(kCertificateFiles);
+        if (source_.isOneIn(4)) {
+            add(remove(name));
+        } else {
+            add(write(name, oneOf(certificateContents())));
+        }
+    }
+
+    void addFiles() {
+        for (std::size_t i = source_.below(16); i > 0; --i) {
+            addFile();
+        }
+        for (std::size_t i = source_.below(5); i > 0; --i) {
+            addCertificateFile();
+        }
+    }
+
+    void addInit() {
+        add(init(source_.pick(kSystemIds), !source_.isOneIn(3)));
+    }
+
+    void addCallback() {
+        const std::vector<Callback> callbacks = {
+            Callback::First,       Callback::None,   Callback::First,
+            Callback::None,        Callback::Second, Callback::ThrowsStandardException,
+            Callback::ThrowsNumber};
+        add(initMessageProc(source_.pick(callbacks)));
+    }
+
+    void addOverridePath() {
+        const std::size_t draw = source_.below(24);
+        add(setOverridePath(draw == 0   ? NullableText()
+                            : draw == 1 ? ""
+                                        : source_.pick(kOverrideDirectories)));
+    }
+
+    void addCertificateData() {
+        add(setCertificateData(oneOf(hostCertificates())));
+    }
+
+    void addToggleFile() {
+        const int type = fileType();
+        const NullableText to = token();
+        const NullableText file = fileName();
+        if (source_.isOneIn(4)) {
+            add(manager::registerToggleFile(static_cast<uint32_t>(type), to, file));
+        } else {
+            add(registerToggleFile(type, to, file));
+        }
+    }
+
+    /// What a host does before its first toggle.
+    void startHost() {
+        if (source_.isOneIn(2)) {
+            addCallback();
+        }
+        addInit();
+        if (!source_.isOneIn(3)) {
+            addOverridePath();
+        }
+        if (source_.isOneIn(3)) {
+            addCertificateData();
+        }
+        if (!source_.isOneIn(3)) {
+            add(initObx(true));
+        }
+        for (std::size_t i = source_.below(4); i > 0; --i) {
+            addToggleFile();
+        }
+    }
+
+    void addFrameworkAnswer() {
+        if (!source_.isOneIn(3)) {
+            add(frameworkAnswersEverything());
+            return;
+        }
+        const std::size_t draw = source_.below(8);
+        if (draw < 6) {
+            const NamedAnswer& answer = source_.pick(kAnswers);
+            add(frameworkAnswers(source_.pick(kFrameworkCalls), answer.name, answer.answer));
+            return;
+        }
+        const std::string call = draw == 6 ? "host.QueryInterface(IOBXUnknown)" : "sink.Report";
+        // What comes of an identity of null, or of a message sink that throws, nobody promises.
+        const std::size_t choices = draw == 6 ? kAnswersOfAnyCall : kAnswersOfAnyCall - 1;
+        const NamedAnswer& answer = kAnswers[source_.below(choices)];
+        add(frameworkAnswers(call, answer.name, answer.answer));
+    }
+
+    void addManagerCall() {
+        switch (source_.below(16)) {
+        case 0:
+            add(manager::queryInterface(static_cast<manager::Face>(source_.below(5)),
+                                        !source_.isOneIn(8)));
+            break;
+        case 1:
+            add(flag() ? manager::addRef() : manager::release());
+            break;
+        case 2:
+        case 3: {
+            const NullableText on = key();
+            const int32_t defaultValue = truth();
+            add(manager::registerToggle(on, defaultValue, token()));
+            break;
+        }
+        case 4:
+        case 5: {
+            const NullableText on = key();
+            const int32_t defaultValue = truth();
+            add(manager::registerDynamicToggle(on, defaultValue, token()));
+            break;
+        }
+        case 6:
+        case 7: {
+            const NullableText of = key();
+            add(manager::getToggle(of, !source_.isOneIn(16)));
+            break;
+        }
+        case 8:
+        case 9: {
+            const NullableText of = key();
+            add(manager::getDynamicToggle(of, !source_.isOneIn(16)));
+            break;
+        }
+        case 10: {
+            const NullableText of = key();
+            add(manager::setDynamicToggle(of, truth()));
+            break;
+        }
+        case 11:
+            add(manager::isToggleRegistered(key()));
+            break;
+        case 12:
+            add(manager::isDynamicToggleRegistered(key()));
+            break;
+        case 13:
+            add(manager::isToggleFileRegistered(token()));
+            break;
+        case 14:
+            add(manager::getOverrideInfoString(bufferSize()));
+            break;
+        default: {
+            const std::size_t draw = source_.below(3);
+            add(draw == 0   ? manager::getSingletonState()
+                : draw == 1 ? manager::initializeSingleton()
+                            : manager::finalizeSingleton());
+            break;
+        }
+        }
+    }
+
+    void addToggle() {
+        const NullableText on = key();
+        const bool defaultValue = flag();
+        const NullableText to = token();
+        add(flag() ? registerToggle(on, defaultValue, to)
+                   : registerDynamicToggle(on, defaultValue, to));
+    }
+
+    void addQuestion() {
+        switch (source_.below(8)) {
+        case 0:
+            add(isInitialized());
+            break;
+        case 1:
+            add(isObxInitialized());
+            break;
+        case 2:
+            add(isToggleFileRegistered(token()));
+            break;
+        case 3:
+            add(isToggleRegistered(key()));
+            break;
+        case 4:
+            add(isDynamicToggleRegistered(key()));
+            break;
+        case 5:
+            add(getOverrideInfoString(bufferSize()));
+            break;
+        default: {
+            const NullableText moduleName = text();
+            const NullableText moduleVersion = text();
+            add(getDefaultToggleJson(moduleName, moduleVersion, bufferSize()));
+            break;
+        }
+        }
+    }
+
+    void addNext() {
+        const std::size_t draw = source_.below(100);
+        if (draw < restlessness_) {
+            add(term());
+            if (!source_.isOneIn(4)) {
+                startHost();
+            }
+        } else if (draw < 6) {
+            addInit();
+        } else if (draw < 7) {
+            add(init(std::nullopt, flag()));
+        } else if (draw < 10) {
+            addCallback();
+        } else if (draw < 11) {
+            addOverridePath();
+        } else if (draw < 12) {
+            addCertificateData();
+        } else if (draw < 14) {
+            add(initObx(!source_.isOneIn(8)));
+        } else if (draw < 16) {
+            addFrameworkAnswer();
+        } else if (draw < 20) {
+            addFile();
+        } else if (draw < 21) {
+            addCertificateFile();
+        } else if (draw < 22) {
+            add(setProgramData(source_.isOneIn(3) ? NullableText() : flag() ? "DIR|a" : "DIR|b"));
+        } else if (draw < 31) {
+            addToggleFile();
+        } else if (draw < 48) {
+            addToggle();
+        } else if (draw < 54) {
+            add(getToggle(key()));
+        } else if (draw < 60) {
+            add(getDynamicToggle(key()));
+        } else if (draw < 65) {
+            const NullableText of = key();
+            add(setDynamicToggle(of, flag()));
+        } else if (draw < 71) {
+            const NullableText of = key();
+            add(addToggleComment(of, text()));
+        } else if (draw < 83) {
+            addQuestion();
+        } else {
+            addManagerCall();
+        }
+    }
+
+    ByteSource source_;
+    /// How often the host terminates the library.
+    std::size_t restlessness_ = 0;
+    std::vector<Call> calls_;
+};
+
+} // namespace
+
+std::vector<Call> decodeCalls(std::span<const std::uint8_t> bytes) {
+    return Decoder(bytes).calls();
+}
+
+} // namespace klb::test
