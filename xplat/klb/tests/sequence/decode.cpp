@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -110,7 +111,8 @@ const std::vector<std::string> kOverrideDirectories = {
     "DIR/first/", "DIR|sub|..|second", "DIR|missing", "missing"};
 
 const std::vector<std::string> kSystemIds = {
-    "TestSystem", "TestSystem", "TestSystem", "TestSystem", "OtherSystem", "", "x", "testsystem"};
+    "TestSystem", "TestSystem",  "TestSystem", "TestSystem", "TestSystem",
+    "TestSystem", "OtherSystem", "",           "x",          "testsystem"};
 
 /// The framework's calls that can fail.
 const std::vector<std::string> kFrameworkCalls = {
@@ -168,7 +170,7 @@ public:
     explicit Decoder(std::span<const std::uint8_t> bytes) : source_(bytes) {}
 
     std::vector<Call> calls() {
-        restlessness_ = source_.below(4);
+        restlessness_ = 1 + 2 * source_.below(4);
         addFiles();
         startHost();
         while (!source_.isUsedUp() && calls_.size() < kLongestSequence) {
@@ -213,10 +215,13 @@ private:
         return source_.isOneIn(16) ? NullableText() : source_.pick(kTexts);
     }
 
-    int fileType() {
-        const std::vector<int> types = {
-            2, 2, 2, 2, 2, 2, 1, 1, 1, 1, 3, 0, KLB_ToggleFileType_Override, -1};
-        return source_.pick(types);
+    /// Mostly one that suits what was last written to the file.
+    int fileType(const NullableText& file) {
+        const std::vector<int> others = {2, 1, 3, 0, KLB_ToggleFileType_Override, -1};
+        if (source_.isOneIn(4)) {
+            return source_.pick(others);
+        }
+        return file && protectedFiles_.contains(*file) ? 1 : 2;
     }
 
     int32_t truth() {
@@ -292,17 +297,35 @@ private:
     }
 
     void addFile() {
-        const std::string name = source_.pick(kFiles);
+        addFile(source_.pick(kFiles));
+    }
+
+    void addFile(const std::string& name) {
         const std::size_t draw = source_.below(8);
+        protectedFiles_.erase(name);
         if (draw < 3) {
             add(write(name, document()));
         } else if (draw < 5) {
+            protectedFiles_.insert(name);
             add(write(name, source_.pick(protectedContents())));
         } else if (draw < 7) {
             add(write(name, source_.pick(peculiarContents())));
         } else {
             add(remove(name));
         }
+    }
+
+    /// A file changes, and a toggle is registered against its token.
+    void addChangeOfRegisteredFile() {
+        const Registered& one = source_.pick(registered_);
+        if (std::find(kFiles.begin(), kFiles.end(), one.file) == kFiles.end()) {
+            addFile();
+        } else {
+            addFile(one.file);
+        }
+        const NullableText on = key();
+        add(registerToggle(on, flag(), one.token));
+        add(getToggle(on));
     }
 
     void addCertificateFile() {
@@ -347,9 +370,12 @@ private:
     }
 
     void addToggleFile() {
-        const int type = fileType();
-        const NullableText to = token();
+        const NullableText to = orRarelyNull(source_.pick(kTokens));
         const NullableText file = fileName();
+        const int type = fileType(file);
+        if (to && file) {
+            registered_.push_back({*to, *file});
+        }
         if (source_.isOneIn(4)) {
             add(manager::registerToggleFile(static_cast<uint32_t>(type), to, file));
         } else {
@@ -366,13 +392,13 @@ private:
         if (!source_.isOneIn(3)) {
             addOverridePath();
         }
-        if (source_.isOneIn(3)) {
+        for (std::size_t i = source_.below(5); i > 2; --i) {
             addCertificateData();
         }
         if (!source_.isOneIn(3)) {
             add(initObx(true));
         }
-        for (std::size_t i = source_.below(4); i > 0; --i) {
+        for (std::size_t i = source_.below(6); i > 0; --i) {
             addToggleFile();
         }
     }
@@ -461,12 +487,18 @@ private:
         const NullableText on = key();
         const bool defaultValue = flag();
         const NullableText to = token();
-        add(flag() ? registerToggle(on, defaultValue, to)
-                   : registerDynamicToggle(on, defaultValue, to));
+        if (flag()) {
+            add(registerToggle(on, defaultValue, to));
+            return;
+        }
+        add(registerDynamicToggle(on, defaultValue, to));
+        if (on) {
+            dynamicKeys_.push_back(*on);
+        }
     }
 
     void addQuestion() {
-        switch (source_.below(8)) {
+        switch (source_.below(10)) {
         case 0:
             add(isInitialized());
             break;
@@ -483,6 +515,8 @@ private:
             add(isDynamicToggleRegistered(key()));
             break;
         case 5:
+        case 6:
+        case 7:
             add(getOverrideInfoString(bufferSize()));
             break;
         default: {
@@ -498,51 +532,65 @@ private:
         const std::size_t draw = source_.below(100);
         if (draw < restlessness_) {
             add(term());
-            if (!source_.isOneIn(4)) {
+            registered_.clear();
+            dynamicKeys_.clear();
+            if (!source_.isOneIn(8)) {
                 startHost();
             }
-        } else if (draw < 6) {
+        } else if (draw < 9) {
             addInit();
-        } else if (draw < 7) {
-            add(init(std::nullopt, flag()));
         } else if (draw < 10) {
+            add(init(std::nullopt, flag()));
+        } else if (draw < 13) {
             addCallback();
-        } else if (draw < 11) {
-            addOverridePath();
-        } else if (draw < 12) {
-            addCertificateData();
         } else if (draw < 14) {
+            addOverridePath();
+        } else if (draw < 15) {
+            addCertificateData();
+        } else if (draw < 17) {
             add(initObx(!source_.isOneIn(8)));
-        } else if (draw < 16) {
+        } else if (draw < 19) {
             addFrameworkAnswer();
-        } else if (draw < 20) {
-            addFile();
         } else if (draw < 21) {
+            addFile();
+        } else if (draw < 23 && !registered_.empty()) {
+            addChangeOfRegisteredFile();
+        } else if (draw < 24) {
             addCertificateFile();
-        } else if (draw < 22) {
+        } else if (draw < 25) {
             add(setProgramData(source_.isOneIn(3) ? NullableText() : flag() ? "DIR|a" : "DIR|b"));
-        } else if (draw < 31) {
+        } else if (draw < 34) {
             addToggleFile();
-        } else if (draw < 48) {
+        } else if (draw < 51) {
             addToggle();
-        } else if (draw < 54) {
+        } else if (draw < 57) {
             add(getToggle(key()));
-        } else if (draw < 60) {
+        } else if (draw < 63) {
             add(getDynamicToggle(key()));
-        } else if (draw < 65) {
-            const NullableText of = key();
+        } else if (draw < 68) {
+            const NullableText of = dynamicKeys_.empty() ? key() : source_.pick(dynamicKeys_);
             add(setDynamicToggle(of, flag()));
-        } else if (draw < 71) {
+        } else if (draw < 74) {
             const NullableText of = key();
             add(addToggleComment(of, text()));
-        } else if (draw < 83) {
+        } else if (draw < 86) {
             addQuestion();
         } else {
             addManagerCall();
         }
     }
 
+    /// A file as it was registered, by its name.
+    struct Registered {
+        std::string token;
+        std::string file;
+    };
+
     ByteSource source_;
+    std::set<std::string> protectedFiles_;
+    /// Since the library was last terminated.
+    std::vector<Registered> registered_;
+    std::vector<std::string> dynamicKeys_;
     /// How often the host terminates the library.
     std::size_t restlessness_ = 0;
     std::vector<Call> calls_;
