@@ -170,7 +170,7 @@ public:
     explicit Decoder(std::span<const std::uint8_t> bytes) : source_(bytes) {}
 
     std::vector<Call> calls() {
-        restlessness_ = 1 + 2 * source_.below(4);
+        restlessness_ = source_.pick(std::vector<std::size_t>{1, 2, 4, 7});
         addFiles();
         startHost();
         while (!source_.isUsedUp() && calls_.size() < kLongestSequence) {
@@ -200,6 +200,9 @@ private:
     }
 
     NullableText key() {
+        if (!documentedKeys_.empty() && source_.isOneIn(4)) {
+            return source_.pick(documentedKeys_);
+        }
         return orRarelyNull(oneOf(kKeys));
     }
 
@@ -279,6 +282,7 @@ private:
     }
 
     Content document() {
+        documentedKeys_.clear();
         JsonValue root;
         addHeader(root);
         const std::size_t draw = source_.below(8);
@@ -290,6 +294,7 @@ private:
             const std::string& path = oneOf(kKeys);
             const JsonValue value = entryValue();
             if (path.starts_with('/')) {
+                documentedKeys_.push_back(path);
                 addAt(root, top + path, value);
             }
         }
@@ -302,28 +307,35 @@ private:
 
     void addFile(const std::string& name) {
         const std::size_t draw = source_.below(8);
-        protectedFiles_.erase(name);
         if (draw < 3) {
-            add(write(name, document()));
+            addDocument(name);
         } else if (draw < 5) {
             protectedFiles_.insert(name);
             add(write(name, source_.pick(protectedContents())));
         } else if (draw < 7) {
+            protectedFiles_.erase(name);
             add(write(name, source_.pick(peculiarContents())));
         } else {
             add(remove(name));
         }
     }
 
+    void addDocument(const std::string& name) {
+        protectedFiles_.erase(name);
+        add(write(name, document()));
+    }
+
     /// A file changes, and a toggle is registered against its token.
     void addChangeOfRegisteredFile() {
         const Registered& one = source_.pick(registered_);
-        if (std::find(kFiles.begin(), kFiles.end(), one.file) == kFiles.end()) {
-            addFile();
+        const bool canBeWritten = std::find(kFiles.begin(), kFiles.end(), one.file) != kFiles.end();
+        const std::string file = canBeWritten ? one.file : source_.pick(kFiles);
+        if (flag()) {
+            addFile(file);
         } else {
-            addFile(one.file);
+            addDocument(file);
         }
-        const NullableText on = key();
+        const NullableText on = documentedKeys_.empty() ? key() : source_.pick(documentedKeys_);
         add(registerToggle(on, flag(), one.token));
         add(getToggle(on));
     }
@@ -588,6 +600,8 @@ private:
 
     ByteSource source_;
     std::set<std::string> protectedFiles_;
+    /// Of the document that was written last.
+    std::vector<std::string> documentedKeys_;
     /// Since the library was last terminated.
     std::vector<Registered> registered_;
     std::vector<std::string> dynamicKeys_;
