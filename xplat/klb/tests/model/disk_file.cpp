@@ -1,61 +1,19 @@
 #include "disk_file.h"
 
+#include <cstddef>
 #include <stdexcept>
 
 namespace klb::test {
 
-namespace {
-
-const DocumentEntry* findEntry(const DiskFile& document, const std::string& path) {
-    for (const DocumentEntry& entry : document.entries) {
-        if (entry.path == path) {
-            return &entry;
-        }
-    }
-    return nullptr;
-}
-
-/// Whether something, or something below it, is at this path.
-bool hasMember(const DiskFile& document, const std::string& path) {
-    for (const DocumentEntry& entry : document.entries) {
-        if (entry.path == path || entry.path.starts_with(path + "/")) {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// The boolean that a document gives for a key below one of its members, or below its root.
-std::optional<bool> entryValue(const DiskFile& document, const std::string& top,
-                               const std::string& key) {
-    if (!key.starts_with('/')) {
-        return std::nullopt;
-    }
-    const DocumentEntry* entry = findEntry(document, top + key);
-    if (entry != nullptr && entry->value.kind == JsonValue::Kind::Literal) {
-        if (entry->value.text == "true") {
-            return true;
-        }
-        if (entry->value.text == "false") {
-            return false;
-        }
-    }
-    return std::nullopt;
-}
-
-} // namespace
-
 DiskFile documentFile(const std::string& path, const std::vector<DocumentEntry>& entries) {
-    JsonValue root;
+    DiskFile file;
+    file.path = path;
     for (const DocumentEntry& entry : entries) {
-        if (!placeAt(root, entry.path, entry.value)) {
+        if (!placeAt(file.text.root, entry.path, entry.value)) {
             throw std::logic_error("no document has " + entry.path + " beside the entries before");
         }
     }
-    DiskFile file;
-    file.path = path;
-    file.bytes = jsonText(root);
-    file.entries = entries;
+    file.bytes = jsonText(file.text.root);
     return file;
 }
 
@@ -64,32 +22,54 @@ DiskFile damagedFile(const std::string& path, const std::string& bytes, const st
     DiskFile file;
     file.path = path;
     file.bytes = bytes;
-    file.parseError = error;
-    file.parseErrorOffset = offset;
+    file.text.error = error;
+    file.text.errorOffset = offset;
     return file;
 }
 
-std::optional<bool> valueInToggleFile(const DiskFile& document, const std::string& key) {
-    return entryValue(document, hasMember(document, "/features") ? "/features" : "", key);
+std::optional<bool> valueInToggleFile(const JsonValue& root, const std::string& key) {
+    const JsonValue* features = root.find("features");
+    return valueInOverrideFile(features != nullptr ? *features : root, key);
 }
 
-std::optional<bool> valueInOverrideFile(const DiskFile& document, const std::string& key) {
-    return entryValue(document, "", key);
+std::optional<bool> valueInOverrideFile(const JsonValue& root, const std::string& key) {
+    if (!key.starts_with('/') || !root.isObject()) {
+        return std::nullopt;
+    }
+    const std::string rest = key.substr(1);
+    const std::size_t slash = rest.find('/');
+    const JsonValue* member = root.find(rest.substr(0, slash));
+    if (member == nullptr) {
+        return std::nullopt;
+    }
+    if (slash != std::string::npos) {
+        return valueInOverrideFile(*member, rest.substr(slash));
+    }
+    if (member->kind == JsonValue::Kind::Literal && member->text == "true") {
+        return true;
+    }
+    if (member->kind == JsonValue::Kind::Literal && member->text == "false") {
+        return false;
+    }
+    return std::nullopt;
 }
 
-std::string headerError(const DiskFile& document, const std::string& systemId) {
-    if (!hasMember(document, "/header")) {
+std::string documentError(const JsonValue& root, const std::string& systemId) {
+    if (!root.isObject()) {
+        return "ErrorDocumentRootMustBeObject";
+    }
+    const JsonValue* header = root.find("header");
+    if (header == nullptr) {
         return "";
     }
-    const DocumentEntry* header = findEntry(document, "/header");
-    if (header != nullptr && !header->value.isObject()) {
+    if (!header->isObject()) {
         return "ErrorHeaderRootMustBeObject";
     }
-    const DocumentEntry* identifier = findEntry(document, "/header/systemId");
-    if (identifier == nullptr || identifier->value.kind != JsonValue::Kind::String) {
+    const JsonValue* identifier = header->find("systemId");
+    if (identifier == nullptr || identifier->kind != JsonValue::Kind::String) {
         return "ErrorSystemIdMustBeString";
     }
-    return identifier->value.text == systemId ? "" : "ErrorSystemIdDoesNotMatch";
+    return identifier->text == systemId ? "" : "ErrorSystemIdDoesNotMatch";
 }
 
 } // namespace klb::test

@@ -3,26 +3,54 @@
 
 #include "json_tree.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace klb::test {
 
+/// What a parser finds in a text.
+struct ParsedText {
+    JsonValue root = {};
+    /// Of a text that is no JSON document: the error's name and place.
+    std::string error = {};
+    unsigned long long errorOffset = 0;
+};
+
+/// What is in a protected file.
+struct Envelope {
+    /// The system identifier that it was made for.
+    std::string systemId;
+    /// The first bytes of what is inside; nothing when there is nothing, whatever the key.
+    std::string beginning;
+    ParsedText text = {};
+    /// Of a signed message: what is wrong with it, whoever is trusted.
+    std::string messageError = {};
+    /// Of a signed message: the names of the certificates by which it is verified, any one of them.
+    std::vector<std::string> trustedBy = {};
+    /// What the keys of other systems make of it, as far as that is known: a text that begins with
+    /// "{" by chance, or nothing of the kind.
+    std::map<std::string, std::optional<ParsedText>> byOtherKeys = {};
+};
+
+/// A file as the model knows it: what would be found in its bytes is told, not read.
+struct DiskFile {
+    std::string path = {};
+    std::string bytes = {};
+    /// As a plain document.
+    ParsedText text = {};
+    std::optional<Envelope> envelope = {};
+    /// As a protected file, when it has no envelope.
+    std::string envelopeError = "error reading input file\n";
+    /// The names of the certificates in it.
+    std::vector<std::string> certificates = {};
+};
+
 /// One value of a document by its path from the root, such as /features/editor/fastPath.
 struct DocumentEntry {
     std::string path;
     JsonValue value;
-};
-
-/// A file as the model knows it: what a parser would find in its bytes is told, not read.
-struct DiskFile {
-    std::string path;
-    std::string bytes;
-    std::vector<DocumentEntry> entries;
-    /// Of bytes that are no JSON document: the error's name and place.
-    std::string parseError;
-    unsigned long long parseErrorOffset = 0;
 };
 
 /// A file with the document that these entries make up. Entries that exclude each other, such as
@@ -34,13 +62,13 @@ DiskFile damagedFile(const std::string& path, const std::string& bytes, const st
                      unsigned long long offset);
 
 /// The value that a toggle file gives a key, if any: below its "features" when it has them.
-std::optional<bool> valueInToggleFile(const DiskFile& document, const std::string& key);
+std::optional<bool> valueInToggleFile(const JsonValue& root, const std::string& key);
 
 /// The value that an override file gives a key, if any: below its root.
-std::optional<bool> valueInOverrideFile(const DiskFile& document, const std::string& key);
+std::optional<bool> valueInOverrideFile(const JsonValue& root, const std::string& key);
 
-/// The name of what is wrong with a document's header, or nothing.
-std::string headerError(const DiskFile& document, const std::string& systemId);
+/// The name of what is wrong with a document, or nothing.
+std::string documentError(const JsonValue& root, const std::string& systemId);
 
 } // namespace klb::test
 

@@ -1,6 +1,7 @@
 #include "json_tree.h"
 
 #include <cstddef>
+#include <utility>
 
 namespace klb::test {
 
@@ -79,7 +80,11 @@ JsonValue JsonValue::literal(std::string json) {
 }
 
 JsonValue* JsonValue::find(const std::string& name) {
-    for (JsonMember& member : members) {
+    return const_cast<JsonValue*>(std::as_const(*this).find(name));
+}
+
+const JsonValue* JsonValue::find(const std::string& name) const {
+    for (const JsonMember& member : members) {
         if (member.name == name) {
             return &member.value;
         }

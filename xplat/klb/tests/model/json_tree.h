@@ -10,6 +10,7 @@ struct JsonMember;
 
 /// A JSON value of the kinds that the model needs.
 struct JsonValue {
+    /// Anything but an object and a string is a literal.
     enum class Kind { Object, String, Literal };
 
     static JsonValue object();
@@ -21,8 +22,9 @@ struct JsonValue {
     bool isObject() const {
         return kind == Kind::Object;
     }
-    /// The member of this name, or null.
+    /// The first member of this name, or null.
     JsonValue* find(const std::string& name);
+    const JsonValue* find(const std::string& name) const;
     void add(const std::string& name, const JsonValue& value);
 
     Kind kind = Kind::Object;

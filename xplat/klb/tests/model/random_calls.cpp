@@ -1,5 +1,7 @@
 #include "random_calls.h"
 
+#include "source_text.h"
+
 #include <cstddef>
 #include <optional>
 
@@ -36,39 +38,6 @@ const std::vector<std::string> kTexts = {"a comment",
                                          "\xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x94\x91",
                                          "\x80\xFF",
                                          "KLB_Toggles"};
-
-/// A text as it is written in source code, so that a list of calls can be repeated by hand.
-std::string quoted(const NullableText& text) {
-    if (!text) {
-        return "nullptr";
-    }
-    const std::string hexDigits = "0123456789ABCDEF";
-    std::string out = "\"";
-    bool isAfterHex = false;
-    for (const char each : *text) {
-        const auto byte = static_cast<unsigned char>(each);
-        if (byte < 0x20 || byte >= 0x7F) {
-            out += "\\x";
-            out += hexDigits[byte / 16];
-            out += hexDigits[byte % 16];
-            isAfterHex = true;
-            continue;
-        }
-        if (isAfterHex) {
-            out += "\" \"";
-            isAfterHex = false;
-        }
-        if (each == '"' || each == '\\') {
-            out += '\\';
-        }
-        out += each;
-    }
-    return out + '"';
-}
-
-std::string named(bool value) {
-    return value ? "true" : "false";
-}
 
 const char* pointer(const NullableText& text) {
     return text ? text->c_str() : nullptr;
@@ -120,8 +89,8 @@ private:
     /// Adds a call without a result.
     template <class Action>
     void add(const std::string& description, Action action) {
-        calls_.push_back({description, [action](ToggleRegistry& registry) {
-                              action(registry);
+        calls_.push_back({description, [action](Exports& exports) {
+                              action(exports);
                               return std::string();
                           }});
     }
@@ -224,18 +193,18 @@ private:
     }
 
     void init(const NullableText& systemId, bool enableOverride) {
-        add("KLB_Init(" + quoted(systemId) + ", " + named(enableOverride) + ")",
-            [=](ToggleRegistry& registry) { registry.init(pointer(systemId), enableOverride); });
+        add("KLB_Init(" + sourceText(systemId) + ", " + named(enableOverride) + ")",
+            [=](Exports& exports) { exports.init(pointer(systemId), enableOverride); });
     }
 
     void term() {
         keys_.clear();
-        add("KLB_Term()", [](ToggleRegistry& registry) { registry.term(); });
+        add("KLB_Term()", [](Exports& exports) { exports.term(); });
     }
 
     void setOverridePath(const NullableText& directory) {
-        add("KLB_SetOverridePath(" + quoted(directory) + ")",
-            [=](ToggleRegistry& registry) { registry.setOverridePath(pointer(directory)); });
+        add("KLB_SetOverridePath(" + sourceText(directory) + ")",
+            [=](Exports& exports) { exports.setOverridePath(pointer(directory)); });
     }
 
     void registerToggleFile() {
@@ -243,10 +212,10 @@ private:
         const NullableText to = token();
         const NullableText file =
             orRarelyNull(dice_.chance(1) ? "" : dice_.pickEarly(computer_.fileNames()));
-        add("KLB_RegisterToggleFile(" + std::to_string(static_cast<int>(type)) + ", " + quoted(to) +
-                ", " + quoted(file) + ")",
-            [=](ToggleRegistry& registry) {
-                registry.registerToggleFile(type, pointer(to), pointer(file));
+        add("KLB_RegisterToggleFile(" + std::to_string(static_cast<int>(type)) + ", " +
+                sourceText(to) + ", " + sourceText(file) + ")",
+            [=](Exports& exports) {
+                exports.registerToggleFile(type, pointer(to), pointer(file));
             });
     }
 
@@ -254,10 +223,10 @@ private:
         const NullableText on = newKey();
         const bool defaultValue = dice_.chance(50);
         const NullableText to = token();
-        add("KLB_RegisterToggle(" + quoted(on) + ", " + named(defaultValue) + ", " + quoted(to) +
-                ")",
-            [=](ToggleRegistry& registry) {
-                registry.registerToggle(pointer(on), defaultValue, pointer(to));
+        add("KLB_RegisterToggle(" + sourceText(on) + ", " + named(defaultValue) + ", " +
+                sourceText(to) + ")",
+            [=](Exports& exports) {
+                exports.registerToggle(pointer(on), defaultValue, pointer(to));
             });
     }
 
@@ -265,50 +234,46 @@ private:
         const NullableText on = newKey();
         const bool defaultValue = dice_.chance(50);
         const NullableText to = token();
-        add("KLB_RegisterDynamicToggle(" + quoted(on) + ", " + named(defaultValue) + ", " +
-                quoted(to) + ")",
-            [=](ToggleRegistry& registry) {
-                registry.registerDynamicToggle(pointer(on), defaultValue, pointer(to));
+        add("KLB_RegisterDynamicToggle(" + sourceText(on) + ", " + named(defaultValue) + ", " +
+                sourceText(to) + ")",
+            [=](Exports& exports) {
+                exports.registerDynamicToggle(pointer(on), defaultValue, pointer(to));
             });
     }
 
     void getToggle() {
         const NullableText on = key();
-        calls_.push_back({"KLB_GetToggle(" + quoted(on) + ")", [=](ToggleRegistry& registry) {
-                              return named(registry.getToggle(pointer(on)));
-                          }});
+        calls_.push_back({"KLB_GetToggle(" + sourceText(on) + ")",
+                          [=](Exports& exports) { return named(exports.getToggle(pointer(on))); }});
     }
 
     void getDynamicToggle() {
         const NullableText on = key();
-        calls_.push_back(
-            {"KLB_GetDynamicToggle(" + quoted(on) + ")", [=](ToggleRegistry& registry) {
-                 return named(registry.getDynamicToggle(pointer(on)));
-             }});
+        calls_.push_back({"KLB_GetDynamicToggle(" + sourceText(on) + ")", [=](Exports& exports) {
+                              return named(exports.getDynamicToggle(pointer(on)));
+                          }});
     }
 
     void setDynamicToggle() {
         const NullableText on = key();
         const bool value = dice_.chance(50);
-        add("KLB_SetDynamicToggle(" + quoted(on) + ", " + named(value) + ")",
-            [=](ToggleRegistry& registry) { registry.setDynamicToggle(pointer(on), value); });
+        add("KLB_SetDynamicToggle(" + sourceText(on) + ", " + named(value) + ")",
+            [=](Exports& exports) { exports.setDynamicToggle(pointer(on), value); });
     }
 
     void addToggleComment() {
         const NullableText on = key();
         const NullableText comment = orRarelyNull(dice_.pick(kTexts));
-        add("KLB_AddToggleComment(" + quoted(on) + ", " + quoted(comment) + ")",
-            [=](ToggleRegistry& registry) {
-                registry.addToggleComment(pointer(on), pointer(comment));
-            });
+        add("KLB_AddToggleComment(" + sourceText(on) + ", " + sourceText(comment) + ")",
+            [=](Exports& exports) { exports.addToggleComment(pointer(on), pointer(comment)); });
     }
 
     void overrideInfo() {
         const std::size_t draw = dice_.below(1000);
-        calls_.push_back({"KLB_GetOverrideInfoString(...)", [=](ToggleRegistry& registry) {
+        calls_.push_back({"KLB_GetOverrideInfoString(...)", [=](Exports& exports) {
                               return reportedInFull(
                                   draw, [&](char* buffer, unsigned long long size) {
-                                      return registry.getOverrideInfoString(buffer, size);
+                                      return exports.getOverrideInfoString(buffer, size);
                                   });
                           }});
     }
@@ -318,11 +283,11 @@ private:
         const NullableText version = dice_.chance(20) ? NullableText() : dice_.pick(kTexts);
         const std::size_t draw = dice_.below(100000);
         calls_.push_back(
-            {"KLB_GetDefaultToggleJson(" + quoted(name) + ", " + quoted(version) + ", ...)",
-             [=](ToggleRegistry& registry) {
+            {"KLB_GetDefaultToggleJson(" + sourceText(name) + ", " + sourceText(version) + ", ...)",
+             [=](Exports& exports) {
                  return reportedInFull(draw, [&](char* buffer, unsigned long long size) {
-                     return registry.getDefaultToggleJson(pointer(name), pointer(version), buffer,
-                                                          size);
+                     return exports.getDefaultToggleJson(pointer(name), pointer(version), buffer,
+                                                         size);
                  });
              }});
     }

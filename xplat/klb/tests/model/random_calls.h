@@ -2,8 +2,8 @@
 #define KLB_TESTS_MODEL_RANDOM_CALLS_H
 
 #include "dice.h"
+#include "exports.h"
 #include "random_computer.h"
-#include "toggle_registry.h"
 
 #include <functional>
 #include <string>
@@ -15,7 +15,7 @@ namespace klb::test {
 struct Call {
     std::string description;
     /// Makes the call and gives what came of it, except for messages, as text.
-    std::function<std::string(ToggleRegistry&)> perform;
+    std::function<std::string(Exports&)> perform;
 };
 
 /// The calls of one host from its first to its last, which leaves the library uninitialised.

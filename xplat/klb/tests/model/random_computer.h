@@ -3,8 +3,8 @@
 
 #include "dice.h"
 #include "disk_file.h"
-#include "registry_model.h"
 #include "scoped_environment.h"
+#include "surroundings.h"
 #include "temp_directory.h"
 
 #include <string>

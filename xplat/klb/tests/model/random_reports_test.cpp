@@ -1,9 +1,9 @@
 #include "dice.h"
+#include "exports.h"
+#include "library_model.h"
 #include "message_recorder.h"
 #include "random_calls.h"
 #include "random_computer.h"
-#include "registry_model.h"
-#include "toggle_registry.h"
 
 #include <gtest/gtest.h>
 
@@ -19,9 +19,9 @@ namespace {
 constexpr std::uint64_t kRegistriesPerTest = 2500;
 
 /// What came of a call, exceptions included.
-std::string outcome(const Call& call, ToggleRegistry& registry) {
+std::string outcome(const Call& call, Exports& exports) {
     try {
-        return call.perform(registry);
+        return call.perform(exports);
     } catch (const std::exception& caught) {
         return std::string("threw ") + caught.what();
     }
@@ -29,13 +29,15 @@ std::string outcome(const Call& call, ToggleRegistry& registry) {
 
 /// Makes the calls on the library and on the model, up to the first that they answer differently.
 void compare(const std::vector<Call>& calls, const Surroundings& surroundings) {
-    LibraryRegistry library;
+    LibraryExports library;
     MessageRecorder recorder;
-    RegistryModel model(surroundings);
+    LibraryModel model(surroundings);
+    model.initMessageProc(&MessageRecorder::record);
     for (const Call& call : calls) {
         const std::string expected = outcome(call, model);
+        const std::vector<Message> expectedMessages = recorder.take();
         EXPECT_EQ(outcome(call, library), expected) << call.description;
-        EXPECT_EQ(recorder.take(), model.takeMessages()) << call.description;
+        EXPECT_EQ(recorder.take(), expectedMessages) << call.description;
         if (testing::Test::HasFailure()) {
             break;
         }

@@ -3,9 +3,7 @@
 #include "temp_directory.h"
 
 #include <algorithm>
-#include <optional>
 #include <stdexcept>
-#include <utility>
 
 namespace klb::test {
 
@@ -49,138 +47,43 @@ bool hasLeadingSlash(const std::string& path) {
     return kSeparator == '/' && path.starts_with('/');
 }
 
-std::string withOneKindOfSlash(std::string path) {
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}
-
-/// Hands a report out and gives the count that goes with it.
-unsigned long long deliver(const std::string& text, char* buffer, unsigned long long size) {
-    const unsigned long long needed = text.empty() ? 0 : text.size() + 1;
-    if (buffer == nullptr) {
-        return needed;
-    }
-    if (size == 0 || text.empty()) {
-        return 0;
-    }
-    const unsigned long long written = std::min(size, needed);
-    for (unsigned long long i = 0; i + 1 < written; ++i) {
-        buffer[i] = text[i];
-    }
-    buffer[written - 1] = '\0';
-    return written;
+/// The file of trusted certificates in the directory of this file.
+std::string certificatePathFor(const std::string& path) {
+    const std::size_t separator = path.find_last_of("/\\");
+    return path.substr(0, separator + 1) + "mosk.cert.pem";
 }
 
 } // namespace
 
-/// A toggle file's token, with or without a file.
-struct RegistryModel::File {
-    KLB_ToggleFileType type = KLB_ToggleFileType_Invalid;
-    std::string token;
-    std::string name;
-    std::string path;
-    std::string error;
-    unsigned long long errorOffset = 0;
-    bool isMissing = false;
-    const DiskFile* document = nullptr;
-    /// Places in Session::toggles.
-    std::vector<std::size_t> differing;
-};
-
-struct RegistryModel::Toggle {
-    std::string key;
-    bool defaultValue = false;
-    bool currentValue = false;
-    bool isOverridden = false;
-    bool differs = false;
-    bool isDynamic = false;
-    FileIndex file = 0;
-    JsonValue properties;
-};
-
-/// What lives from init() to term(). Both lists are in the order of registration.
-struct RegistryModel::Session {
-    std::string systemId;
-    std::string deviceIdentifier;
-    bool overrideEnabled = false;
-    std::string overridePath;
-    std::vector<File> files;
-    std::vector<Toggle> toggles;
-    std::optional<FileIndex> overrideFile;
-};
-
-RegistryModel::RegistryModel(const Surroundings& surroundings) : surroundings_(surroundings) {}
-
-RegistryModel::~RegistryModel() = default;
-
-std::vector<Message> RegistryModel::takeMessages() {
-    return std::exchange(messages_, {});
-}
-
-void RegistryModel::reportError(const std::string& text) {
-    messages_.push_back(error(text));
-}
-
-bool RegistryModel::isReadyFor(const std::string& exportName) {
-    if (!session_) {
-        reportError(exportName + ": KLB_Init must be called first.");
-    }
-    return session_ != nullptr;
-}
-
-bool RegistryModel::isGoodKey(const std::string& operation, const char* key) {
-    if (key == nullptr) {
-        reportError(operation + ": toggleKey cannot be NULL.");
-        return false;
-    }
-    if (*key == '\0') {
-        reportError(operation + ": key cannot be an empty string.");
-        return false;
-    }
-    if (*key != '/') {
-        reportError(operation + ": key must start with '/' character.");
-        return false;
-    }
-    return true;
-}
-
-void RegistryModel::init(const char* systemId, bool enableOverride) {
-    if (systemId == nullptr) {
-        reportError("KLB_Init: sysID must not be NULL.");
-        return;
-    }
-    if (session_) {
-        return;
-    }
-    session_ = std::make_unique<Session>();
-    session_->systemId = systemId;
-    session_->overrideEnabled = enableOverride;
-    if (session_->systemId.empty()) {
-        session_->deviceIdentifier = surroundings_.deviceIdentifier;
-        session_->systemId = surroundings_.deviceIdentifier;
+RegistryModel::RegistryModel(const Surroundings& surroundings, const HostReporter& host,
+                             const std::string& systemId, bool enableOverride)
+    : surroundings_(surroundings),
+      host_(host),
+      systemId_(systemId),
+      overrideEnabled_(enableOverride) {
+    if (systemId_.empty()) {
+        deviceIdentifier_ = surroundings_.deviceIdentifier;
+        systemId_ = surroundings_.deviceIdentifier;
     }
 }
 
-void RegistryModel::term() {
-    session_.reset();
+bool RegistryModel::isAnythingRegistered() const {
+    return !files_.empty() || !toggles_.empty();
 }
 
 void RegistryModel::setOverridePath(const char* directory) {
-    if (!isReadyFor("KLB_SetOverridePath")) {
-        return;
-    }
     if (directory == nullptr) {
         throw std::invalid_argument("setOverridePath: overridePath cannot be NULL.");
     }
     if (*directory == '\0') {
         throw std::invalid_argument("setOverridePath: overridePath cannot be empty.");
     }
-    if (!session_->overridePath.empty()) {
-        reportError("setOverridePath: override path has already been set.");
+    if (!overridePath_.empty()) {
+        host_.stateError("setOverridePath: override path has already been set.");
         return;
     }
-    if (!session_->files.empty() || !session_->toggles.empty()) {
-        reportError("setOverridePath: must be called before any registration routines.");
+    if (isAnythingRegistered()) {
+        host_.stateError("setOverridePath: must be called before any registration routines.");
         return;
     }
     std::string path = directory;
@@ -188,100 +91,123 @@ void RegistryModel::setOverridePath(const char* directory) {
     if (path.back() != separator) {
         path += separator;
     }
-    session_->overridePath = path + "CIT_OVERRIDE.KLB";
+    overridePath_ = path + "CIT_OVERRIDE.KLB";
 }
 
-void RegistryModel::registerToggleFile(KLB_ToggleFileType type, const char* token,
-                                       const char* file) {
-    if (isReadyFor("KLB_RegisterToggleFile")) {
-        attachFile(type, token, file);
+void RegistryModel::setCertificateData(const char* text) {
+    if (certificate_) {
+        host_.stateError("setCertificateData: certificate data has already been set.");
+        return;
     }
+    if (isAnythingRegistered()) {
+        host_.stateError("setCertificateData: must be called before any registration routines.");
+        return;
+    }
+    skipsSignatureCheck_ = text == nullptr;
+    if (text == nullptr) {
+        return;
+    }
+    for (const CertificateText& each : surroundings_.certificates) {
+        if (each.text == text) {
+            certificate_ = each.name;
+            return;
+        }
+    }
+    host_.stateError(
+        "setCertificateData: can't read certificate from the certificate data provided.");
+}
+
+bool RegistryModel::isToggleFileRegistered(const char* token) const {
+    if (token == nullptr) {
+        host_.argumentError("isFeatureToggleFileRegistered: toggleFileToken cannot be NULL.");
+        return false;
+    }
+    for (const File& file : files_) {
+        if (file.token == token) {
+            return true;
+        }
+    }
+    return false;
 }
 
 RegistryModel::FileIndex RegistryModel::fileOfToken(KLB_ToggleFileType type,
                                                     const std::string& token) {
-    std::vector<File>& files = session_->files;
-    for (FileIndex i = 0; i < files.size(); ++i) {
-        if (files[i].token == token) {
+    for (FileIndex i = 0; i < files_.size(); ++i) {
+        if (files_[i].token == token) {
             return i;
         }
     }
     File file;
     file.type = type;
     file.token = token;
-    files.push_back(file);
-    return files.size() - 1;
+    files_.push_back(file);
+    return files_.size() - 1;
 }
 
-void RegistryModel::attachFile(KLB_ToggleFileType type, const char* token, const char* name) {
+void RegistryModel::registerToggleFile(KLB_ToggleFileType type, const char* token,
+                                       const char* name) {
     if (type == KLB_ToggleFileType_Invalid) {
-        reportError("registerToggleFile: toggleFileType is an unknown toggle file type.");
+        host_.argumentError("registerToggleFile: toggleFileType is an unknown toggle file type.");
         return;
     }
     if (token == nullptr) {
-        reportError("registerToggleFile: toggleFileToken cannot be NULL.");
+        host_.argumentError("registerToggleFile: toggleFileToken cannot be NULL.");
         return;
     }
     if (name == nullptr) {
-        reportError("registerToggleFile: toggleFile cannot be NULL.");
+        host_.argumentError("registerToggleFile: toggleFile cannot be NULL.");
         return;
     }
     std::string path = name;
     if (path.empty()) {
-        reportError("registerToggleFile: toggleFile cannot be empty.");
+        host_.argumentError("registerToggleFile: toggleFile cannot be empty.");
         return;
     }
     if (!contains(path, '\\') && !hasLeadingSlash(path)) {
         path = surroundings_.supportDirectory + path;
     }
-    File& file = session_->files[fileOfToken(type, token)];
+    File& file = files_[fileOfToken(type, token)];
     if (!file.path.empty()) {
         if (file.path != path) {
-            reportError("registerToggleFile: toggle file path location as already been set to '" +
-                        file.path + "'");
+            host_.stateError("registerToggleFile: toggle file path location as already been set "
+                             "to '" +
+                             file.path + "'");
         }
         return;
     }
-    for (const File& owner : session_->files) {
+    for (const File& owner : files_) {
         if (owner.path == path) {
-            reportError("registerToggleFile: toggle file path location as already been registered "
-                        "to '" +
-                        file.token + "'");
+            host_.stateError("registerToggleFile: toggle file path location as already been "
+                             "registered to '" +
+                             file.token + "'");
             return;
         }
     }
     file.path = path;
     file.name = name;
+    file.certificate = certificate_;
+    file.skipsSignatureCheck = skipsSignatureCheck_;
     load(file);
     if (!file.error.empty()) {
         std::string text = "registerToggleFile: " + file.error + " in file: " + file.path;
         if (file.errorOffset != 0) {
             text += " at offset: " + std::to_string(file.errorOffset);
         }
-        reportError(text);
+        host_.stateError(text);
     }
 }
 
-const DiskFile* RegistryModel::findOnDisk(const std::string& path) const {
-    for (const DiskFile& file : surroundings_.files) {
-        if (withOneKindOfSlash(file.path) == withOneKindOfSlash(path)) {
-            return &file;
-        }
-    }
-    return nullptr;
-}
-
-const DiskFile* RegistryModel::load(File& file) const {
+const JsonValue* RegistryModel::load(File& file) const {
     if (file.isMissing || !file.error.empty()) {
         return nullptr;
     }
-    if (file.document != nullptr) {
-        return file.document;
+    if (file.document) {
+        return &*file.document;
     }
     if (file.path.empty()) {
         return nullptr;
     }
-    const DiskFile* found = findOnDisk(file.path);
+    const DiskFile* found = openedFile(surroundings_, file.path);
     if (found == nullptr) {
         file.isMissing = true;
         return nullptr;
@@ -290,55 +216,107 @@ const DiskFile* RegistryModel::load(File& file) const {
         file.error = "FileTooSmall";
         return nullptr;
     }
-    if (file.type != KLB_ToggleFileType_Supported && file.type != KLB_ToggleFileType_Override) {
-        // There are plain files only, and none of them decodes to an envelope's first bytes.
-        file.error = "error reading input file\n";
+    const std::optional<ParsedText> text = readableText(file, *found);
+    if (!text) {
         return nullptr;
     }
-    if (found->bytes[0] != '{') {
+    if (!text->error.empty()) {
+        file.error = text->error;
+        file.errorOffset = text->errorOffset;
         return nullptr;
     }
-    if (!found->parseError.empty()) {
-        file.error = found->parseError;
-        file.errorOffset = found->parseErrorOffset;
-        return nullptr;
-    }
-    file.error = headerError(*found, session_->systemId);
+    file.error = documentError(text->root, systemId_);
     if (!file.error.empty()) {
         return nullptr;
     }
-    file.document = found;
-    return found;
+    file.document = text->root;
+    return &*file.document;
 }
 
-void RegistryModel::registerToggle(const char* key, bool defaultValue, const char* token) {
-    if (isReadyFor("KLB_RegisterToggleFile")) {
-        addToggle(key, defaultValue, token, false);
+std::optional<ParsedText> RegistryModel::readableText(File& file, const DiskFile& found) const {
+    if (file.type != KLB_ToggleFileType_Supported && file.type != KLB_ToggleFileType_Override) {
+        return openedEnvelope(file, found);
     }
-}
-
-void RegistryModel::registerDynamicToggle(const char* key, bool defaultValue, const char* token) {
-    if (isReadyFor("KLB_RegisterToggleFile")) {
-        addToggle(key, defaultValue, token, true);
+    if (found.bytes[0] != '{') {
+        return std::nullopt;
     }
+    return found.text;
 }
 
-void RegistryModel::addToggle(const char* key, bool defaultValue, const char* token,
-                              bool isDynamic) {
+std::optional<ParsedText> RegistryModel::openedEnvelope(File& file, const DiskFile& found) const {
+    const std::string otherComputer =
+        "The original KLB file was either corrupted or it was created for a different computer.\n";
+    if (!found.envelope) {
+        file.error = found.envelopeError;
+        return std::nullopt;
+    }
+    const Envelope& envelope = *found.envelope;
+    if (envelope.beginning.empty()) {
+        return std::nullopt;
+    }
+    if (envelope.systemId != systemId_) {
+        if (file.skipsSignatureCheck) {
+            const auto known = envelope.byOtherKeys.find(systemId_);
+            if (known == envelope.byOtherKeys.end()) {
+                throw DependsOnChance();
+            }
+            if (known->second) {
+                return known->second;
+            }
+        }
+        file.error = otherComputer;
+        return std::nullopt;
+    }
+    if (envelope.beginning != (file.skipsSignatureCheck ? "{" : "MIME-Version: 1.0")) {
+        file.error = otherComputer;
+        return std::nullopt;
+    }
+    if (!file.skipsSignatureCheck) {
+        file.error = envelope.messageError;
+        if (file.error.empty() && !isTrusted(file, envelope)) {
+            file.error = "Verification failure\n";
+        }
+        if (!file.error.empty()) {
+            return std::nullopt;
+        }
+    }
+    return envelope.text;
+}
+
+bool RegistryModel::isTrusted(const File& file, const Envelope& envelope) const {
+    std::vector<std::string> trusted;
+    if (file.certificate) {
+        trusted.push_back(*file.certificate);
+    } else if (const DiskFile* beside = openedFile(surroundings_, certificatePathFor(file.path))) {
+        trusted = beside->certificates;
+    }
+    for (const std::string& name : trusted) {
+        for (const std::string& enough : envelope.trustedBy) {
+            if (name == enough) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+void RegistryModel::registerToggle(const char* key, bool defaultValue, const char* token,
+                                   bool isDynamic) {
     if (key == nullptr) {
-        reportError("registerToggle: toggleKey cannot be NULL.");
+        host_.argumentError("registerToggle: toggleKey cannot be NULL.");
         return;
     }
     if (token == nullptr) {
-        reportError("registerToggle: toggleFileToken cannot be NULL.");
+        host_.argumentError("registerToggle: toggleFileToken cannot be NULL.");
         return;
     }
-    attachOverrideFile();
+    registerOverrideFile();
     const FileIndex fileIndex = fileOfToken(KLB_ToggleFileType_Invalid, token);
-    if (const Toggle* known = findToggle(key)) {
-        if (known->file != fileIndex) {
-            reportError("registerToggle: " + known->key + " already registred in " +
-                        session_->files[known->file].path);
+    if (const std::optional<ToggleIndex> known = findToggle(key)) {
+        const FileIndex owner = toggles_[*known].file;
+        if (owner != fileIndex) {
+            host_.stateError("registerToggle: " + std::string(key) + " already registred in " +
+                             files_[owner].path);
         }
         return;
     }
@@ -352,46 +330,46 @@ void RegistryModel::addToggle(const char* key, bool defaultValue, const char* to
     addProperty(toggle, "KLB_IsDynamic", JsonValue::boolean(isDynamic));
     addProperty(toggle, "KLB_ToggleFileToken", JsonValue::string(token));
 
-    if (const DiskFile* document = load(session_->files[fileIndex])) {
+    if (const JsonValue* document = load(files_[fileIndex])) {
         if (const std::optional<bool> found = valueInToggleFile(*document, key)) {
             setValue(toggle, *found);
         }
     }
-    if (session_->overrideFile) {
-        if (const DiskFile* document = load(session_->files[*session_->overrideFile])) {
+    if (overrideFile_) {
+        if (const JsonValue* document = load(files_[*overrideFile_])) {
             if (const std::optional<bool> found = valueInOverrideFile(*document, key)) {
                 setValue(toggle, *found);
                 toggle.isOverridden = true;
             }
         }
     }
-    session_->toggles.push_back(toggle);
+    toggles_.push_back(toggle);
     if (toggle.differs) {
-        const FileIndex setter = toggle.isOverridden ? *session_->overrideFile : fileIndex;
-        session_->files[setter].differing.push_back(session_->toggles.size() - 1);
+        const FileIndex setter = toggle.isOverridden ? *overrideFile_ : fileIndex;
+        files_[setter].differing.push_back(toggles_.size() - 1);
     }
 }
 
-void RegistryModel::attachOverrideFile() {
-    if (session_->overrideFile || !session_->overrideEnabled) {
+void RegistryModel::registerOverrideFile() {
+    if (overrideFile_ || !overrideEnabled_) {
         return;
     }
     const char* const token = "cit.feature.overrides";
-    std::string path = session_->overridePath;
+    std::string path = overridePath_;
     if (path.empty()) {
         path = surroundings_.executableDirectory + "CIT_OVERRIDE.KLB";
     }
-    attachFile(KLB_ToggleFileType_Override, token, path.c_str());
-    session_->overrideFile = fileOfToken(KLB_ToggleFileType_Override, token);
+    registerToggleFile(KLB_ToggleFileType_Override, token, path.c_str());
+    overrideFile_ = fileOfToken(KLB_ToggleFileType_Override, token);
 }
 
-RegistryModel::Toggle* RegistryModel::findToggle(const std::string& key) {
-    for (Toggle& toggle : session_->toggles) {
-        if (toggle.key == key) {
-            return &toggle;
+std::optional<RegistryModel::ToggleIndex> RegistryModel::findToggle(const std::string& key) const {
+    for (ToggleIndex i = 0; i < toggles_.size(); ++i) {
+        if (toggles_[i].key == key) {
+            return i;
         }
     }
-    return nullptr;
+    return std::nullopt;
 }
 
 void RegistryModel::setValue(Toggle& toggle, bool value) {
@@ -402,63 +380,80 @@ void RegistryModel::setValue(Toggle& toggle, bool value) {
     }
 }
 
-bool RegistryModel::getToggle(const char* key) {
-    return isReadyFor("KLB_RegisterToggleFile") && value(key, false);
+bool RegistryModel::isToggleRegistered(const char* key, bool isDynamic) const {
+    if (key == nullptr) {
+        throw std::invalid_argument("getToggle: toggleKey cannot be NULL.");
+    }
+    const std::optional<ToggleIndex> known = findToggle(key);
+    return known && toggles_[*known].isDynamic == isDynamic;
 }
 
-bool RegistryModel::getDynamicToggle(const char* key) {
-    return isReadyFor("KLB_RegisterToggleFile") && value(key, true);
+bool RegistryModel::isGoodKey(const std::string& operation, const char* key) const {
+    if (key == nullptr) {
+        host_.argumentError(operation + ": toggleKey cannot be NULL.");
+        return false;
+    }
+    if (*key == '\0') {
+        host_.argumentError(operation + ": key cannot be an empty string.");
+        return false;
+    }
+    if (*key != '/') {
+        host_.argumentError(operation + ": key must start with '/' character.");
+        return false;
+    }
+    return true;
 }
 
-bool RegistryModel::value(const char* key, bool dynamic) {
+bool RegistryModel::getToggle(const char* key, bool asDynamic) const {
     if (!isGoodKey("getToggle", key)) {
         return false;
     }
-    const Toggle* toggle = findToggle(key);
-    if (toggle == nullptr) {
-        messages_.push_back(warning("getToggle: key, " + std::string(key) +
-                                    ", was not registered. Returning false."));
+    const std::optional<ToggleIndex> known = findToggle(key);
+    if (!known) {
+        host_.warning("getToggle: key, " + std::string(key) +
+                      ", was not registered. Returning false.");
         return false;
     }
-    if (dynamic && !toggle->isDynamic) {
-        reportError("getToggle: key is is immutable after initialization.");
+    const Toggle& toggle = toggles_[*known];
+    if (asDynamic && !toggle.isDynamic) {
+        host_.stateError("getToggle: key is is immutable after initialization.");
         return false;
     }
-    if (!dynamic && toggle->isDynamic) {
-        reportError("getToggle: key is a mutable.");
+    if (!asDynamic && toggle.isDynamic) {
+        host_.stateError("getToggle: key is a mutable.");
         return false;
     }
-    return toggle->differs ? toggle->currentValue : toggle->defaultValue;
+    return toggle.differs ? toggle.currentValue : toggle.defaultValue;
 }
 
 void RegistryModel::setDynamicToggle(const char* key, bool value) {
-    if (!isReadyFor("KLB_RegisterToggleFile") || !isGoodKey("setDynamicToggle", key)) {
+    if (!isGoodKey("setDynamicToggle", key)) {
         return;
     }
-    Toggle* toggle = findToggle(key);
-    if (toggle == nullptr || !toggle->isDynamic) {
-        reportError("setDynamicToggle: key was not registered as a mutable so it cannot be changed "
-                    "after initialization.");
+    const std::optional<ToggleIndex> known = findToggle(key);
+    if (!known || !toggles_[*known].isDynamic) {
+        host_.stateError("setDynamicToggle: key was not registered as a mutable so it cannot be "
+                         "changed after initialization.");
         return;
     }
-    setValue(*toggle, value);
+    setValue(toggles_[*known], value);
 }
 
 void RegistryModel::addToggleComment(const char* key, const char* comment) {
-    if (!isReadyFor("KLB_AddToggleComment") || !isGoodKey("addToggleProperty", key)) {
+    if (!isGoodKey("addToggleProperty", key)) {
         return;
     }
     if (comment == nullptr) {
-        reportError("addToggleProperty: propertyValue cannot be NULL.");
+        host_.argumentError("addToggleProperty: propertyValue cannot be NULL.");
         return;
     }
-    Toggle* toggle = findToggle(key);
-    if (toggle == nullptr) {
-        reportError("addToggleProperty: key, " + std::string(key) +
-                    ", was not registered. Please call RegisterToggle first.");
+    const std::optional<ToggleIndex> known = findToggle(key);
+    if (!known) {
+        host_.stateError("addToggleProperty: key, " + std::string(key) +
+                         ", was not registered. Please call RegisterToggle first.");
         return;
     }
-    addProperty(*toggle, "KLB_ToggleComment", JsonValue::string(comment));
+    addProperty(toggles_[*known], "KLB_ToggleComment", JsonValue::string(comment));
 }
 
 void RegistryModel::addProperty(Toggle& toggle, const std::string& name, const JsonValue& value) {
@@ -467,39 +462,27 @@ void RegistryModel::addProperty(Toggle& toggle, const std::string& name, const J
     }
 }
 
-unsigned long long RegistryModel::getOverrideInfoString(char* buffer, unsigned long long size) {
-    return session_ ? deliver(overrideInfoString(), buffer, size) : 0;
-}
-
 std::string RegistryModel::overrideInfoString() const {
-    const std::vector<File>& files = session_->files;
-    const std::vector<Toggle>& toggles = session_->toggles;
     std::string text;
-    if (!session_->deviceIdentifier.empty()) {
-        text += "DeviceID : " + session_->deviceIdentifier + "\n";
+    if (!deviceIdentifier_.empty()) {
+        text += "DeviceID : " + deviceIdentifier_ + "\n";
     }
     for (const FileIndex i :
-         sortedByBytes(placesIn(files), [&](FileIndex each) { return files[each].token; })) {
-        const File& file = files[i];
+         sortedByBytes(placesIn(files_), [&](FileIndex each) { return files_[each].token; })) {
+        const File& file = files_[i];
         if (file.differing.empty()) {
             continue;
         }
         text += file.token + " : " + (file.path.empty() ? "UNKNONN" : file.path) + "\n";
-        for (const std::size_t k :
-             sortedByBytes(file.differing, [&](std::size_t each) { return toggles[each].key; })) {
-            const Toggle& toggle = toggles[k];
+        for (const ToggleIndex k :
+             sortedByBytes(file.differing, [&](ToggleIndex each) { return toggles_[each].key; })) {
+            const Toggle& toggle = toggles_[k];
             if (toggle.differs) {
                 text += toggle.key + " : " + (toggle.currentValue ? "true" : "false") + "\n";
             }
         }
     }
     return text;
-}
-
-unsigned long long RegistryModel::getDefaultToggleJson(const char* moduleName,
-                                                       const char* moduleVersion, char* buffer,
-                                                       unsigned long long size) {
-    return session_ ? deliver(defaultToggleJson(moduleName, moduleVersion), buffer, size) : 0;
 }
 
 std::string RegistryModel::defaultToggleJson(const char* moduleName,
@@ -511,33 +494,39 @@ std::string RegistryModel::defaultToggleJson(const char* moduleName,
     if (moduleVersion != nullptr) {
         root.add("KLB_ModuleVersion", JsonValue::string(moduleVersion));
     }
-    if (!session_->files.empty()) {
-        JsonValue list;
-        for (const File& file : session_->files) {
-            if (file.type == KLB_ToggleFileType_Invalid ||
-                file.type == KLB_ToggleFileType_Override) {
-                continue;
-            }
-            const bool isUnsupported = file.type == KLB_ToggleFileType_Unsupported;
-            JsonValue described;
-            described.add("KLB_ToggleFileType",
-                          JsonValue::string(isUnsupported ? "KLB_UnsupportedFeatures"
-                                                          : "KLB_SupportedFeatures"));
-            described.add("KLB_ToggleFile", JsonValue::string(file.name));
-            list.add(file.token, described);
-        }
-        root.add("KLB_ToggleFiles", list);
+    if (!files_.empty()) {
+        root.add("KLB_ToggleFiles", describedFiles());
     }
-    const std::vector<Toggle>& toggles = session_->toggles;
-    if (!toggles.empty()) {
-        JsonValue tree;
-        for (const std::size_t i : sortedByBytes(
-                 placesIn(toggles), [&](std::size_t each) { return toggles[each].key; })) {
-            placeAt(tree, toggles[i].key, toggles[i].properties);
-        }
-        root.add("KLB_Toggles", tree);
+    if (!toggles_.empty()) {
+        root.add("KLB_Toggles", toggleTree());
     }
     return jsonText(root);
+}
+
+JsonValue RegistryModel::describedFiles() const {
+    JsonValue list;
+    for (const File& file : files_) {
+        if (file.type == KLB_ToggleFileType_Invalid || file.type == KLB_ToggleFileType_Override) {
+            continue;
+        }
+        const bool isUnsupported = file.type == KLB_ToggleFileType_Unsupported;
+        JsonValue described;
+        described.add(
+            "KLB_ToggleFileType",
+            JsonValue::string(isUnsupported ? "KLB_UnsupportedFeatures" : "KLB_SupportedFeatures"));
+        described.add("KLB_ToggleFile", JsonValue::string(file.name));
+        list.add(file.token, described);
+    }
+    return list;
+}
+
+JsonValue RegistryModel::toggleTree() const {
+    JsonValue tree;
+    for (const ToggleIndex i :
+         sortedByBytes(placesIn(toggles_), [&](ToggleIndex each) { return toggles_[each].key; })) {
+        placeAt(tree, toggles_[i].key, toggles_[i].properties);
+    }
+    return tree;
 }
 
 } // namespace klb::test

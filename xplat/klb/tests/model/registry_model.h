@@ -1,87 +1,104 @@
 #ifndef KLB_TESTS_MODEL_REGISTRY_MODEL_H
 #define KLB_TESTS_MODEL_REGISTRY_MODEL_H
 
-#include "disk_file.h"
-#include "message_recorder.h"
-#include "toggle_registry.h"
+#include "host_reporter.h"
+#include "surroundings.h"
 
 #include <cstddef>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace klb::test {
 
-/// What the library finds around it on a computer. Directories end in a separator.
-struct Surroundings {
-    std::string supportDirectory;
-    std::string executableDirectory;
-    /// Empty on a computer without one.
-    std::string deviceIdentifier;
-    /// Every other file is missing. Paths that differ only in their kind of slash name one file.
-    std::vector<DiskFile> files;
-};
+/// Thrown where the outcome hangs on the bytes that a wrong key makes of a file: with signatures
+/// unchecked, one key in 256 leaves a "{" in front. The model is of no use afterwards.
+struct DependsOnChance {};
 
-/// The library once more, as naive as its promises can be written down: lists, linear search, and a
-/// JSON writer of its own. It behaves like a library with a message callback installed.
-class RegistryModel final : public ToggleRegistry {
+/// What the library does between KLB_Init() and KLB_Term(), as naive as its promises can be written
+/// down: lists, linear search, and a JSON writer of its own.
+class RegistryModel {
 public:
-    /// The surroundings must outlive the model.
-    explicit RegistryModel(const Surroundings& surroundings);
-    ~RegistryModel() override;
-    RegistryModel(const RegistryModel&) = delete;
-    RegistryModel& operator=(const RegistryModel&) = delete;
+    /// Both references must outlive the model.
+    RegistryModel(const Surroundings& surroundings, const HostReporter& host,
+                  const std::string& systemId, bool enableOverride);
 
-    /// What the callback received since construction or the last call; forgets it.
-    std::vector<Message> takeMessages();
+    void setOverridePath(const char* directory);
+    void setCertificateData(const char* text);
+    void registerToggleFile(KLB_ToggleFileType type, const char* token, const char* name);
+    bool isToggleFileRegistered(const char* token) const;
+    void registerToggle(const char* key, bool defaultValue, const char* token, bool isDynamic);
+    /// Whether this is the key of a registered toggle of this kind.
+    bool isToggleRegistered(const char* key, bool isDynamic) const;
+    bool getToggle(const char* key, bool asDynamic) const;
+    void setDynamicToggle(const char* key, bool value);
+    void addToggleComment(const char* key, const char* comment);
 
-    void init(const char* systemId, bool enableOverride) override;
-    void term() override;
-    void setOverridePath(const char* directory) override;
-    void registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file) override;
-    void registerToggle(const char* key, bool defaultValue, const char* token) override;
-    void registerDynamicToggle(const char* key, bool defaultValue, const char* token) override;
-    bool getToggle(const char* key) override;
-    bool getDynamicToggle(const char* key) override;
-    void setDynamicToggle(const char* key, bool value) override;
-    void addToggleComment(const char* key, const char* comment) override;
-    unsigned long long getOverrideInfoString(char* buffer, unsigned long long size) override;
-    unsigned long long getDefaultToggleJson(const char* moduleName, const char* moduleVersion,
-                                            char* buffer, unsigned long long size) override;
-
-    /// The whole texts of the two reports. Only after init().
     std::string overrideInfoString() const;
     std::string defaultToggleJson(const char* moduleName, const char* moduleVersion) const;
 
 private:
-    struct File;
-    struct Toggle;
-    struct Session;
-    /// A place in Session::files.
+    /// Places in files_ and toggles_.
     using FileIndex = std::size_t;
+    using ToggleIndex = std::size_t;
 
-    void reportError(const std::string& text);
-    /// Whether init() was called; reports in the name of the export when it was not.
-    bool isReadyFor(const std::string& exportName);
+    /// A toggle file's token, with or without a file.
+    struct File {
+        KLB_ToggleFileType type = KLB_ToggleFileType_Invalid;
+        std::string token;
+        std::string name;
+        std::string path;
+        std::string error;
+        unsigned long long errorOffset = 0;
+        bool isMissing = false;
+        std::optional<JsonValue> document;
+        std::optional<std::string> certificate;
+        bool skipsSignatureCheck = false;
+        std::vector<ToggleIndex> differing;
+    };
+
+    struct Toggle {
+        std::string key;
+        bool defaultValue = false;
+        bool currentValue = false;
+        bool isOverridden = false;
+        bool differs = false;
+        bool isDynamic = false;
+        FileIndex file = 0;
+        JsonValue properties;
+    };
+
+    bool isAnythingRegistered() const;
     /// Whether this is a key that can be asked for; reports when it is not.
-    bool isGoodKey(const std::string& operation, const char* key);
-
+    bool isGoodKey(const std::string& operation, const char* key) const;
+    std::optional<ToggleIndex> findToggle(const std::string& key) const;
     FileIndex fileOfToken(KLB_ToggleFileType type, const std::string& token);
-    void attachFile(KLB_ToggleFileType type, const char* token, const char* name);
-    const DiskFile* findOnDisk(const std::string& path) const;
-    const DiskFile* load(File& file) const;
+    void registerOverrideFile();
 
-    void addToggle(const char* key, bool defaultValue, const char* token, bool isDynamic);
-    void attachOverrideFile();
-    Toggle* findToggle(const std::string& key);
-    bool value(const char* key, bool dynamic);
+    /// The file's document, or null.
+    const JsonValue* load(File& file) const;
+    /// What a parser gets to see of a file, unless that is nothing.
+    std::optional<ParsedText> readableText(File& file, const DiskFile& found) const;
+    std::optional<ParsedText> openedEnvelope(File& file, const DiskFile& found) const;
+    bool isTrusted(const File& file, const Envelope& envelope) const;
+
     static void setValue(Toggle& toggle, bool value);
     static void addProperty(Toggle& toggle, const std::string& name, const JsonValue& value);
+    JsonValue describedFiles() const;
+    JsonValue toggleTree() const;
 
     const Surroundings& surroundings_;
-    /// Null before init() and after term().
-    std::unique_ptr<Session> session_;
-    std::vector<Message> messages_;
+    const HostReporter& host_;
+    std::string systemId_;
+    std::string deviceIdentifier_;
+    bool overrideEnabled_;
+    std::string overridePath_;
+    std::optional<std::string> certificate_;
+    bool skipsSignatureCheck_ = false;
+    /// Both in the order of registration.
+    std::vector<File> files_;
+    std::vector<Toggle> toggles_;
+    std::optional<FileIndex> overrideFile_;
 };
 
 } // namespace klb::test

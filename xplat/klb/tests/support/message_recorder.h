@@ -48,14 +48,16 @@ public:
         return std::exchange(messages(), {});
     }
 
+    /// The callback itself.
+    static int record(KLB_MessageType type, const char* text) {
+        messages().push_back({type, text});
+        return -1;
+    }
+
 private:
     static std::vector<Message>& messages() {
         static std::vector<Message> all;
         return all;
-    }
-    static int record(KLB_MessageType type, const char* text) {
-        messages().push_back({type, text});
-        return -1;
     }
 };
 

@@ -13,6 +13,9 @@ std::filesystem::path fromUtf8(std::string_view text);
 /// The path as UTF-8 text.
 std::string toUtf8(const std::filesystem::path& path);
 
+/// The directory of this program's executable, with a trailing separator.
+std::string executableDirectory();
+
 } // namespace klb::test
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef KLB_TESTS_MODEL_TOGGLE_REGISTRY_H
-#define KLB_TESTS_MODEL_TOGGLE_REGISTRY_H
+#ifndef KLB_TESTS_MODEL_EXPORTS_H
+#define KLB_TESTS_MODEL_EXPORTS_H
 
 #include "klb.h"
 
@@ -7,17 +7,25 @@ namespace klb::test {
 
 /// The exports of klb.h as one object, so that a test makes the same call on the library and on its
 /// model.
-class ToggleRegistry {
+class Exports {
 public:
-    virtual ~ToggleRegistry() = default;
+    virtual ~Exports() = default;
 
     virtual void init(const char* systemId, bool enableOverride) = 0;
     virtual void term() = 0;
+    virtual bool isInitialized() = 0;
+    virtual void initMessageProc(KLB_MessageProc proc) = 0;
     virtual void setOverridePath(const char* directory) = 0;
+    virtual void setCertificateData(const char* text) = 0;
+    virtual void initObx(IOBXUnknown* host) = 0;
+    virtual bool isObxInitialized() = 0;
     virtual void registerToggleFile(KLB_ToggleFileType type, const char* token,
                                     const char* file) = 0;
+    virtual bool isToggleFileRegistered(const char* token) = 0;
     virtual void registerToggle(const char* key, bool defaultValue, const char* token) = 0;
     virtual void registerDynamicToggle(const char* key, bool defaultValue, const char* token) = 0;
+    virtual bool isToggleRegistered(const char* key) = 0;
+    virtual bool isDynamicToggleRegistered(const char* key) = 0;
     virtual bool getToggle(const char* key) = 0;
     virtual bool getDynamicToggle(const char* key) = 0;
     virtual void setDynamicToggle(const char* key, bool value) = 0;
@@ -29,7 +37,7 @@ public:
 };
 
 /// The library itself.
-class LibraryRegistry final : public ToggleRegistry {
+class LibraryExports final : public Exports {
 public:
     void init(const char* systemId, bool enableOverride) override {
         KLB_Init(systemId, enableOverride);
@@ -37,17 +45,41 @@ public:
     void term() override {
         KLB_Term();
     }
+    bool isInitialized() override {
+        return KLB_IsInitialized();
+    }
+    void initMessageProc(KLB_MessageProc proc) override {
+        KLB_InitMessageProc(proc);
+    }
     void setOverridePath(const char* directory) override {
         KLB_SetOverridePath(directory);
     }
+    void setCertificateData(const char* text) override {
+        KLB_SetCertificateData(text);
+    }
+    void initObx(IOBXUnknown* host) override {
+        KLB_InitOBX(host);
+    }
+    bool isObxInitialized() override {
+        return KLB_IsOBXInitialized();
+    }
     void registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file) override {
         KLB_RegisterToggleFile(type, token, file);
+    }
+    bool isToggleFileRegistered(const char* token) override {
+        return KLB_IsToggleFileRegistered(token);
     }
     void registerToggle(const char* key, bool defaultValue, const char* token) override {
         KLB_RegisterToggle(key, defaultValue, token);
     }
     void registerDynamicToggle(const char* key, bool defaultValue, const char* token) override {
         KLB_RegisterDynamicToggle(key, defaultValue, token);
+    }
+    bool isToggleRegistered(const char* key) override {
+        return KLB_IsToggleRegistered(key);
+    }
+    bool isDynamicToggleRegistered(const char* key) override {
+        return KLB_IsDynamicToggleRegistered(key);
     }
     bool getToggle(const char* key) override {
         return KLB_GetToggle(key);

@@ -1,4 +1,5 @@
-#include "registry_model.h"
+#include "library_model.h"
+#include "message_recorder.h"
 
 #include <gtest/gtest.h>
 
@@ -21,11 +22,17 @@ public:
     explicit StartedModel(const std::vector<DiskFile>& files = {},
                           const char* systemId = "TestSystem", bool enableOverride = false)
         : surroundings_{"S:\\support\\", "S:\\host\\", "ABC123", files}, model_(surroundings_) {
+        model_.initMessageProc(&MessageRecorder::record);
         model_.init(systemId, enableOverride);
     }
 
-    RegistryModel* operator->() {
+    LibraryModel* operator->() {
         return &model_;
+    }
+
+    /// What the callback received since the last call; forgets it.
+    std::vector<Message> takeMessages() {
+        return recorder_.take();
     }
 
     /// The report's part about toggles, of a registry with nothing but these static toggles.
@@ -38,8 +45,9 @@ public:
     }
 
 private:
+    MessageRecorder recorder_;
     Surroundings surroundings_;
-    RegistryModel model_;
+    LibraryModel model_;
 };
 
 /// The properties of a static toggle of token t as they stand at this depth, without the closing
@@ -121,7 +129,7 @@ TEST(ModelledJsonReport, DescribesModuleFilesAndToggles) {
     model->registerToggle("/beta", true, "app.features");
     model->addToggleComment("/editor/fastPath", "Draws \"twice\"\nas fast");
     model->addToggleComment("/editor/fastPath", "dropped");
-    EXPECT_EQ(model->takeMessages(), Messages{});
+    EXPECT_EQ(model.takeMessages(), Messages{});
     EXPECT_EQ(model->defaultToggleJson("Editor", "2.1"), R"({
     "KLB_ModuleName": "Editor",
     "KLB_ModuleVersion": "2.1",
@@ -206,11 +214,11 @@ TEST(ModelledJsonReport, NamesFilesInOrderOfTheirTokensAndByTheirKinds) {
     model->registerToggleFile(KLB_ToggleFileType_Supported, "core", "plain.json");
     model->registerToggleFile(KLB_ToggleFileType_Supported, "also core", "S:\\support\\plain.json");
     model->registerToggleFile(KLB_ToggleFileType_Supported, "implicit", "late.json");
-    EXPECT_EQ(model->takeMessages(),
+    EXPECT_EQ(model.takeMessages(),
               Messages{error("registerToggleFile: toggle file path location as already been "
                              "registered to 'also core'")});
     model->registerToggleFile(KLB_ToggleFileType_Supported, "core", "other.json");
-    EXPECT_EQ(model->takeMessages(),
+    EXPECT_EQ(model.takeMessages(),
               Messages{error("registerToggleFile: toggle file path location as already been set to "
                              "'S:\\support\\plain.json'")});
     EXPECT_EQ(model->defaultToggleJson(nullptr, nullptr), R"({
@@ -276,7 +284,7 @@ TEST(ModelledOverrideReport, ListsWhatEachFileSet) {
     model->registerDynamicToggle("/editor/newTimeline", false, "editor");
     model->registerToggle("/ignored", false, "editor");
     model->registerToggle("/equal", false, "equal");
-    EXPECT_EQ(model->takeMessages(), Messages{});
+    EXPECT_EQ(model.takeMessages(), Messages{});
     const std::string start = "DeviceID : ABC123\n"
                               "cit.feature.overrides : C:\\App\\CIT_OVERRIDE.KLB\n"
                               "/net/fastSync : false\n"
@@ -352,7 +360,7 @@ TEST(ModelledToggles, TakeTheirValuesFromTheRightPlaceInAFile) {
         model->registerToggleFile(KLB_ToggleFileType_Supported, "t", c.file);
         model->registerToggle(c.key, false, "t");
         EXPECT_EQ(model->getToggle(c.key), c.isSet);
-        EXPECT_EQ(model->takeMessages(), Messages{});
+        EXPECT_EQ(model.takeMessages(), Messages{});
     }
 }
 
@@ -403,11 +411,11 @@ TEST(ModelledToggleFiles, ReportWhyTheyCannotBeLoaded) {
         SCOPED_TRACE(c.name);
         StartedModel model({c.file}, "Test");
         model->registerToggleFile(c.type, "t", "x.json");
-        EXPECT_EQ(model->takeMessages(),
-                  c.reported.empty() ? Messages{}
-                                     : Messages{error("registerToggleFile: " + c.reported)});
+        EXPECT_EQ(model.takeMessages(), c.reported.empty()
+                                            ? Messages{}
+                                            : Messages{error("registerToggleFile: " + c.reported)});
         model->registerToggleFile(c.type, "t", "x.json");
-        EXPECT_EQ(model->takeMessages(), Messages{});
+        EXPECT_EQ(model.takeMessages(), Messages{});
         model->registerToggle("/a", false, "t");
         EXPECT_EQ(model->getToggle("/a"), std::string(c.name).starts_with("fitting"));
     }
@@ -417,7 +425,7 @@ TEST(ModelledToggleFiles, OfATokenFirstNamedByAToggleAreReadAsProtected) {
     StartedModel model({documentFile("S:\\support\\x.json", {{"/a", kTrue}})});
     model->registerToggle("/a", false, "t");
     model->registerToggleFile(KLB_ToggleFileType_Supported, "t", "x.json");
-    EXPECT_EQ(model->takeMessages(),
+    EXPECT_EQ(model.takeMessages(),
               Messages{error("registerToggleFile: error reading input file\n in file: "
                              "S:\\support\\x.json")});
 }
@@ -428,7 +436,7 @@ TEST(ModelledOverrideFile, GivesWayToAFileThatTheHostRegisteredInItsPlace) {
     model->registerToggleFile(KLB_ToggleFileType_Supported, "cit.feature.overrides", "mine.json");
     model->registerToggle("/a", false, "t");
     model->registerToggle("/b", false, "t");
-    EXPECT_EQ(model->takeMessages(),
+    EXPECT_EQ(model.takeMessages(),
               Messages{error("registerToggleFile: toggle file path location as already been set to "
                              "'S:\\support\\mine.json'")});
     EXPECT_EQ(model->overrideInfoString(),
@@ -437,10 +445,12 @@ TEST(ModelledOverrideFile, GivesWayToAFileThatTheHostRegisteredInItsPlace) {
 
 TEST(ModelledMessages, NameTheFirstThingThatIsWrong) {
     const Surroundings surroundings;
-    RegistryModel model(surroundings);
+    MessageRecorder recorder;
+    LibraryModel model(surroundings);
+    model.initMessageProc(&MessageRecorder::record);
     const KLB_ToggleFileType plain = KLB_ToggleFileType_Supported;
     const auto expectError = [&](const std::string& text) {
-        EXPECT_EQ(model.takeMessages(), Messages{error(text)});
+        EXPECT_EQ(recorder.take(), Messages{error(text)});
     };
 
     model.init(nullptr, true);
@@ -455,13 +465,13 @@ TEST(ModelledMessages, NameTheFirstThingThatIsWrong) {
     expectError("KLB_RegisterToggleFile: KLB_Init must be called first.");
     EXPECT_EQ(model.getDefaultToggleJson("", "", nullptr, 0), 0U);
     EXPECT_EQ(model.getOverrideInfoString(nullptr, 0), 0U);
-    EXPECT_EQ(model.takeMessages(), Messages{});
+    EXPECT_EQ(recorder.take(), Messages{});
 
     model.init("TestSystem", false);
     EXPECT_THROW(model.setOverridePath(nullptr), std::invalid_argument);
     EXPECT_THROW(model.setOverridePath(""), std::invalid_argument);
     model.setOverridePath("D:\\cfg");
-    EXPECT_EQ(model.takeMessages(), Messages{});
+    EXPECT_EQ(recorder.take(), Messages{});
     model.setOverridePath("D:\\cfg");
     expectError("setOverridePath: override path has already been set.");
 
@@ -482,7 +492,7 @@ TEST(ModelledMessages, NameTheFirstThingThatIsWrong) {
 
     model.registerToggle("/a", false, "t");
     model.registerToggle("/a", true, "t");
-    EXPECT_EQ(model.takeMessages(), Messages{});
+    EXPECT_EQ(recorder.take(), Messages{});
     model.registerDynamicToggle("/a", false, "u");
     expectError("registerToggle: /a already registred in ");
     EXPECT_FALSE(model.getDynamicToggle("/a"));
@@ -494,7 +504,7 @@ TEST(ModelledMessages, NameTheFirstThingThatIsWrong) {
     EXPECT_FALSE(model.getToggle("/b"));
     expectError("getToggle: key is a mutable.");
     EXPECT_FALSE(model.getToggle("/c"));
-    EXPECT_EQ(model.takeMessages(),
+    EXPECT_EQ(recorder.take(),
               Messages{warning("getToggle: key, /c, was not registered. Returning false.")});
     EXPECT_FALSE(model.getToggle("c"));
     expectError("getToggle: key must start with '/' character.");
