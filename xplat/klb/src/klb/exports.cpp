@@ -17,13 +17,6 @@ constexpr const char* kToggleCallBeforeInit =
 
 } // namespace
 
-// Everything that a query does between taking and releasing the lock becomes one function.
-#if defined(__GNUC__)
-#define KLB_FLATTEN __attribute__((flatten))
-#else
-#define KLB_FLATTEN
-#endif
-
 void KLB_Init(const char* sysID, bool enableOverride) {
     if (sysID == nullptr) {
         klb::reportInvalidArgument("KLB_Init: sysID must not be NULL.");
@@ -114,7 +107,7 @@ void KLB_RegisterDynamicToggle(const char* toggleKey, bool defaultValue,
     }
 }
 
-KLB_FLATTEN bool KLB_IsToggleRegistered(const char* toggleKey) {
+bool KLB_IsToggleRegistered(const char* toggleKey) {
     const LockedManager manager;
     if (!manager) {
         return false;
@@ -123,7 +116,7 @@ KLB_FLATTEN bool KLB_IsToggleRegistered(const char* toggleKey) {
     return toggle.registered && !toggle.isDynamic;
 }
 
-KLB_FLATTEN bool KLB_IsDynamicToggleRegistered(const char* toggleKey) {
+bool KLB_IsDynamicToggleRegistered(const char* toggleKey) {
     const LockedManager manager;
     if (!manager) {
         return false;
@@ -132,17 +125,17 @@ KLB_FLATTEN bool KLB_IsDynamicToggleRegistered(const char* toggleKey) {
     return toggle.registered && toggle.isDynamic;
 }
 
-KLB_FLATTEN bool KLB_GetToggle(const char* toggleKey) {
+bool KLB_GetToggle(const char* toggleKey) {
     const LockedManager manager;
     return manager.orReport(kToggleCallBeforeInit) && manager->getToggle(toggleKey, false);
 }
 
-KLB_FLATTEN bool KLB_GetDynamicToggle(const char* toggleKey) {
+bool KLB_GetDynamicToggle(const char* toggleKey) {
     const LockedManager manager;
     return manager.orReport(kToggleCallBeforeInit) && manager->getToggle(toggleKey, true);
 }
 
-KLB_FLATTEN void KLB_SetDynamicToggle(const char* toggleKey, bool value) {
+void KLB_SetDynamicToggle(const char* toggleKey, bool value) {
     const LockedManager manager;
     if (manager.orReport(kToggleCallBeforeInit)) {
         manager->setDynamicToggle(toggleKey, value);
