@@ -24,7 +24,11 @@ namespace klb::bench {
 
 namespace {
 
-#if !defined(KLB_BENCH_COUNTS_CALLS)
+#if defined(KLB_BENCH_COUNTS_CALLS)
+using klb::test::CountedCalls;
+using klb::test::countedCalls;
+using klb::test::heapBytes;
+#else
 /// What is in use on the process's heaps, without what they keep beside each block.
 std::int64_t heapBytes() {
     return klb::test::processResources().heapBytes;

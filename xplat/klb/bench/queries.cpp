@@ -33,11 +33,11 @@ void isDynamicToggleRegistered(const char* key) {
 
 const std::vector<Query>& allQueries() {
     static const std::vector<Query> all = {
-        {"KLB_GetToggle", false, &getToggle},
-        {"KLB_GetDynamicToggle", true, &getDynamicToggle},
-        {"KLB_SetDynamicToggle", true, &setDynamicToggle},
-        {"KLB_IsToggleRegistered", false, &isToggleRegistered},
-        {"KLB_IsDynamicToggleRegistered", true, &isDynamicToggleRegistered},
+        {"KLB_GetToggle", false, false, &getToggle},
+        {"KLB_GetDynamicToggle", true, false, &getDynamicToggle},
+        {"KLB_SetDynamicToggle", true, true, &setDynamicToggle},
+        {"KLB_IsToggleRegistered", false, false, &isToggleRegistered},
+        {"KLB_IsDynamicToggleRegistered", true, false, &isDynamicToggleRegistered},
     };
     return all;
 }

@@ -14,6 +14,8 @@ struct Query {
     std::string_view what;
     /// Whether its keys are those of dynamic toggles.
     bool dynamic;
+    /// Whether it reports a key that nobody registered as an error.
+    bool refusesUnknownKeys;
     void (*call)(const char* key);
 };
 

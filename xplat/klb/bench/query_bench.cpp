@@ -1,5 +1,5 @@
+#include "locked_map.h"
 #include "measure.h"
-#include "plain_records.h"
 #include "queries.h"
 #include "rows.h"
 #include "toggle_sets.h"
@@ -8,14 +8,11 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include <absl/container/flat_hash_map.h>
-#include <absl/strings/string_view.h>
 #include <benchmark/benchmark.h>
 
 namespace klb::bench {
@@ -58,28 +55,6 @@ double timeQueriesOfTwoThreads(const std::vector<const char*>& queries, Call&& c
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - started;
     return passed.count() / static_cast<double>(2 * queries.size());
 }
-
-/// The least that a registry with a lock can do to answer a query.
-class LockedMap {
-public:
-    explicit LockedMap(const std::vector<std::string>& keys) {
-        records_.addAll(keys);
-        for (const auto& [key, record] : records_.inOrder) {
-            map_.emplace(absl::string_view(key.data(), key.size()), record.get());
-        }
-    }
-
-    const PlainRecord* find(const char* key) {
-        const std::lock_guard guard(lock_);
-        const auto known = map_.find(absl::string_view(key, std::strlen(key)));
-        return known != map_.end() ? known->second : nullptr;
-    }
-
-private:
-    std::mutex lock_;
-    PlainRecords records_;
-    absl::flat_hash_map<absl::string_view, PlainRecord*> map_;
-};
 
 void compareWithMap(benchmark::State& state, const Query& query, std::size_t count) {
     const std::vector<std::string> keys = makeKeys(kGroups, count);

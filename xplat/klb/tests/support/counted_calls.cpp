@@ -95,7 +95,7 @@ KLB_COUNTED int pthread_mutex_lock(pthread_mutex_t* mutex) {
     return nextLock()(mutex);
 }
 
-namespace klb::bench {
+namespace klb::test {
 
 CountedCalls countedCalls() noexcept {
     return {allocations, locks};
@@ -105,4 +105,4 @@ std::int64_t heapBytes() noexcept {
     return bytes;
 }
 
-} // namespace klb::bench
+} // namespace klb::test

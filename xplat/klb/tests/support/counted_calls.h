@@ -1,9 +1,9 @@
-#ifndef KLB_BENCH_COUNTED_CALLS_H
-#define KLB_BENCH_COUNTED_CALLS_H
+#ifndef KLB_TESTS_SUPPORT_COUNTED_CALLS_H
+#define KLB_TESTS_SUPPORT_COUNTED_CALLS_H
 
 #include <cstdint>
 
-namespace klb::bench {
+namespace klb::test {
 
 /// What this process has called since its start, the libraries in it included.
 struct CountedCalls {
@@ -16,6 +16,6 @@ CountedCalls countedCalls() noexcept;
 /// What is in use on its heap, with what the allocator keeps beside each block.
 std::int64_t heapBytes() noexcept;
 
-} // namespace klb::bench
+} // namespace klb::test
 
 #endif
