@@ -46,9 +46,7 @@ constexpr std::size_t kCountOfQueries = 1'000;
 void countCalls(const std::string& what, const std::vector<std::string>& keys, const Query& query) {
     const std::vector<const char*> queries = drawQueries(keys);
     const CountedCalls before = countedCalls();
-    for (const char* key : queries) {
-        query.call(key);
-    }
+    query.askAll(queries);
     const CountedCalls after = countedCalls();
     const double calls = static_cast<double>(queries.size());
     printRow("allocations of " + what, keys.size(),

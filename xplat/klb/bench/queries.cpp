@@ -13,31 +13,28 @@ namespace {
 
 constexpr std::size_t kQueries = 100'000;
 
-void getToggle(const char* key) {
-    KLB_GetToggle(key);
+template <auto Export>
+void askAll(const std::vector<const char*>& keys) {
+    for (const char* key : keys) {
+        Export(key);
+    }
 }
-void getDynamicToggle(const char* key) {
-    KLB_GetDynamicToggle(key);
-}
-void setDynamicToggle(const char* key) {
-    KLB_SetDynamicToggle(key, false);
-}
-void isToggleRegistered(const char* key) {
-    KLB_IsToggleRegistered(key);
-}
-void isDynamicToggleRegistered(const char* key) {
-    KLB_IsDynamicToggleRegistered(key);
+
+void setAll(const std::vector<const char*>& keys) {
+    for (const char* key : keys) {
+        KLB_SetDynamicToggle(key, false);
+    }
 }
 
 } // namespace
 
 const std::vector<Query>& allQueries() {
     static const std::vector<Query> all = {
-        {"KLB_GetToggle", false, false, &getToggle},
-        {"KLB_GetDynamicToggle", true, false, &getDynamicToggle},
-        {"KLB_SetDynamicToggle", true, true, &setDynamicToggle},
-        {"KLB_IsToggleRegistered", false, false, &isToggleRegistered},
-        {"KLB_IsDynamicToggleRegistered", true, false, &isDynamicToggleRegistered},
+        {"KLB_GetToggle", false, false, &askAll<KLB_GetToggle>},
+        {"KLB_GetDynamicToggle", true, false, &askAll<KLB_GetDynamicToggle>},
+        {"KLB_SetDynamicToggle", true, true, &setAll},
+        {"KLB_IsToggleRegistered", false, false, &askAll<KLB_IsToggleRegistered>},
+        {"KLB_IsDynamicToggleRegistered", true, false, &askAll<KLB_IsDynamicToggleRegistered>},
     };
     return all;
 }

@@ -9,14 +9,16 @@
 
 namespace klb::bench {
 
-/// An export that asks for one key. Its answer is dropped: the compiler cannot leave out the call.
+/// An export that asks for one key.
 struct Query {
     std::string_view what;
     /// Whether its keys are those of dynamic toggles.
     bool dynamic;
     /// Whether it reports a key that nobody registered as an error.
     bool refusesUnknownKeys;
-    void (*call)(const char* key);
+    /// Asks for each of the keys, as a host's loop does. The answers are dropped: the compiler
+    /// cannot leave out the calls.
+    void (*askAll)(const std::vector<const char*>& keys);
 };
 
 const std::vector<Query>& allQueries();

@@ -20,40 +20,38 @@ namespace klb::bench {
 namespace {
 
 /// Seconds for one call.
-template <class Call>
-double timeQueries(const std::vector<const char*>& queries, Call&& call) {
-    const double seconds = secondsOf([&] {
-        for (const char* query : queries) {
-            call(query);
-        }
-    });
-    return seconds / static_cast<double>(queries.size());
+template <class AskAll>
+double timeQueries(const std::vector<const char*>& queries, AskAll&& askAll) {
+    return secondsOf([&] { askAll(queries); }) / static_cast<double>(queries.size());
 }
 
 /// The same with two threads at it; wall time for one call of either.
-template <class Call>
-double timeQueriesOfTwoThreads(const std::vector<const char*>& queries, Call&& call) {
+template <class AskAll>
+double timeQueriesOfTwoThreads(const std::vector<const char*>& queries, AskAll&& askAll) {
     std::atomic<bool> ready{false};
     std::atomic<bool> begun{false};
-    const auto ask = [&] {
-        for (const char* query : queries) {
-            call(query);
-        }
-    };
     std::thread other([&] {
         ready = true;
         while (!begun) {
         }
-        ask();
+        askAll(queries);
     });
     while (!ready) {
     }
     const auto started = std::chrono::steady_clock::now();
     begun = true;
-    ask();
+    askAll(queries);
     other.join();
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - started;
     return passed.count() / static_cast<double>(2 * queries.size());
+}
+
+auto findAllIn(LockedMap& map) {
+    return [&map](const std::vector<const char*>& keys) {
+        for (const char* key : keys) {
+            benchmark::DoNotOptimize(map.find(key));
+        }
+    };
 }
 
 void compareWithMap(benchmark::State& state, const Query& query, std::size_t count) {
@@ -62,11 +60,8 @@ void compareWithMap(benchmark::State& state, const Query& query, std::size_t cou
     const QuerySession session(keys, query.dynamic);
     LockedMap map(keys);
     measurePairs(
-        state, [&] { return timeQueries(queries, query.call); },
-        [&] {
-            return timeQueries(queries,
-                               [&](const char* key) { benchmark::DoNotOptimize(map.find(key)); });
-        });
+        state, [&] { return timeQueries(queries, query.askAll); },
+        [&] { return timeQueries(queries, findAllIn(map)); });
 }
 
 void compareWithMutex(benchmark::State& state, const Query& query, std::size_t count) {
@@ -75,9 +70,13 @@ void compareWithMutex(benchmark::State& state, const Query& query, std::size_t c
     const QuerySession session(keys, query.dynamic);
     std::mutex mutex;
     measurePairs(
-        state, [&] { return timeQueries(queries, query.call); },
+        state, [&] { return timeQueries(queries, query.askAll); },
         [&] {
-            return timeQueries(queries, [&](const char*) { const std::lock_guard guard(mutex); });
+            return timeQueries(queries, [&](const auto& all) {
+                for (std::size_t i = 0; i < all.size(); ++i) {
+                    const std::lock_guard guard(mutex);
+                }
+            });
         });
 }
 
@@ -88,8 +87,8 @@ void compareUnknownKey(benchmark::State& state, std::size_t count) {
     const std::vector<const char*> unknownQueries = drawQueries(unknown);
     const QuerySession session(known, false);
     measurePairs(
-        state, [&] { return timeQueries(unknownQueries, getToggleQuery().call); },
-        [&] { return timeQueries(knownQueries, getToggleQuery().call); });
+        state, [&] { return timeQueries(unknownQueries, getToggleQuery().askAll); },
+        [&] { return timeQueries(knownQueries, getToggleQuery().askAll); });
 }
 
 void compareTwoThreads(benchmark::State& state, std::size_t count) {
@@ -98,11 +97,8 @@ void compareTwoThreads(benchmark::State& state, std::size_t count) {
     const QuerySession session(keys, false);
     LockedMap map(keys);
     measurePairs(
-        state, [&] { return timeQueriesOfTwoThreads(queries, getToggleQuery().call); },
-        [&] {
-            return timeQueriesOfTwoThreads(
-                queries, [&](const char* key) { benchmark::DoNotOptimize(map.find(key)); });
-        });
+        state, [&] { return timeQueriesOfTwoThreads(queries, getToggleQuery().askAll); },
+        [&] { return timeQueriesOfTwoThreads(queries, findAllIn(map)); });
 }
 
 } // namespace

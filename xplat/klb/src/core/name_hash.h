@@ -10,13 +10,21 @@
 
 namespace klb {
 
+/// Hashes names that the host chooses.
+struct NameHash {
+    std::size_t operator()(std::string_view name) const noexcept {
+        return static_cast<std::size_t>(XXH3_64bits(name.data(), name.size()));
+    }
+};
+
 /// A number that whoever writes a file cannot know beforehand; the same one in all of a process.
 std::uint64_t hashSeed() noexcept;
 
-/// Hashes names, with a seed: no file can be made whose names all meet in one place.
-class NameHash {
+/// Hashes names that come from files, with a seed: no file can be made whose names all meet in one
+/// place.
+class SeededNameHash {
 public:
-    explicit NameHash(std::uint64_t seed = hashSeed()) noexcept : seed_(seed) {}
+    explicit SeededNameHash(std::uint64_t seed = hashSeed()) noexcept : seed_(seed) {}
 
     std::size_t operator()(std::string_view name) const noexcept {
         return static_cast<std::size_t>(XXH3_64bits_withSeed(name.data(), name.size(), seed_));

@@ -13,7 +13,7 @@ namespace klb {
 /// Finds objects by name in one probe. Objects and names stay with their owners; the index has
 /// nothing of them but their addresses. A function nameOf(const Object&) beside the object's type
 /// tells a name.
-template <class Object>
+template <class Object, class HashOfName>
 class NameIndex {
 public:
     void reserve(std::size_t count) {
@@ -47,7 +47,7 @@ private:
         std::size_t operator()(const Object* object) const noexcept {
             return hash(nameOf(*object));
         }
-        NameHash hash;
+        HashOfName hash;
     };
     struct SameName {
         using is_transparent = void;

@@ -5,9 +5,16 @@
 
 namespace klb {
 
+namespace {
+
+// With a key of usual length a toggle takes one.
+constexpr std::size_t kCacheLine = 64;
+
+} // namespace
+
 ToggleRecord& createToggle(std::string_view key, std::pmr::memory_resource& memory) {
     static_assert(std::is_trivially_destructible_v<ToggleRecord>);
-    void* place = memory.allocate(sizeof(ToggleRecord) + key.size(), alignof(ToggleRecord));
+    void* place = memory.allocate(sizeof(ToggleRecord) + key.size(), kCacheLine);
     auto* toggle = new (place) ToggleRecord;
     toggle->keySize = key.size();
     key.copy(reinterpret_cast<char*>(toggle + 1), key.size());

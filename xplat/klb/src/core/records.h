@@ -74,6 +74,10 @@ struct ToggleRecord {
         return differs ? currentValue : defaultValue;
     }
     void setValue(bool value, bool byOverrideFile) noexcept {
+        if (currentValue == value && overridden == byOverrideFile) {
+            // Writing it once more would cost a host that repeats itself more than looking.
+            return;
+        }
         currentValue = value;
         overridden = byOverrideFile;
         if (value != defaultValue) {

@@ -43,7 +43,7 @@ struct Registry {
     bool noCertificate = false;
 
     /// The same toggles, for queries.
-    NameIndex<ToggleRecord> toggleIndex;
+    NameIndex<ToggleRecord, NameHash> toggleIndex;
     const Platform* platform = nullptr;
 
     /// Some calls are refused from the first registration on.

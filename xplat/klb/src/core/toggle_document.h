@@ -8,7 +8,7 @@
 
 namespace klb {
 
-using MemberIndex = NameIndex<const JsonMember>;
+using MemberIndex = NameIndex<const JsonMember, SeededNameHash>;
 
 /// A parsed and accepted toggle document. Not synchronised: the library lock guards it.
 struct ToggleDocument {

@@ -32,13 +32,10 @@ CountedCalls callsOf(const std::function<void()>& work) {
 
 void expectCallsOfQueries(const Query& query, const std::vector<std::string>& keys) {
     SCOPED_TRACE(query.what);
-    const CountedCalls calls = callsOf([&] {
-        for (const std::string& key : keys) {
-            query.call(key.c_str());
-        }
-    });
+    const std::vector<const char*> queries = drawQueries(keys);
+    const CountedCalls calls = callsOf([&] { query.askAll(queries); });
     EXPECT_EQ(calls.allocations, 0);
-    EXPECT_EQ(calls.locks, static_cast<std::int64_t>(keys.size()));
+    EXPECT_EQ(calls.locks, static_cast<std::int64_t>(queries.size()));
 }
 
 TEST(CallCounts, OfAQueryAreOneLockAndNoAllocation) {

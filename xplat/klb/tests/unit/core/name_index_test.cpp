@@ -19,7 +19,13 @@ std::string_view nameOf(const Named& object) {
     return object.name;
 }
 
-TEST(NameIndex, FindsWhatWasInserted) {
+template <class Hash>
+class NameIndexOf : public testing::Test {};
+
+using Hashes = testing::Types<NameHash, SeededNameHash>;
+TYPED_TEST_SUITE(NameIndexOf, Hashes);
+
+TYPED_TEST(NameIndexOf, FindsWhatWasInserted) {
     std::vector<Named> objects;
     std::string longName;
     for (int i = 0; i < 1000; ++i) {
@@ -28,7 +34,7 @@ TEST(NameIndex, FindsWhatWasInserted) {
         objects.push_back({"/group/feature" + std::to_string(i), i});
         longName += static_cast<char>(i);
     }
-    NameIndex<Named> index;
+    NameIndex<Named, TypeParam> index;
     EXPECT_EQ(index.find(""), nullptr);
     for (Named& object : objects) {
         index.insert(object);
@@ -41,10 +47,10 @@ TEST(NameIndex, FindsWhatWasInserted) {
     EXPECT_EQ(index.find("/group/feature1000"), nullptr);
 }
 
-TEST(NameIndex, KeepsTheFirstOfAName) {
+TYPED_TEST(NameIndexOf, KeepsTheFirstOfAName) {
     Named first{"name", 1};
     Named second{"name", 2};
-    NameIndex<Named> index;
+    NameIndex<Named, TypeParam> index;
     index.reserve(2);
     index.insert(first);
     index.insert(second);
@@ -55,16 +61,16 @@ TEST(NameIndex, KeepsTheFirstOfAName) {
     EXPECT_EQ(index.size(), 0U);
 }
 
-TEST(NameHash, DependsOnItsSeed) {
+TEST(SeededNameHash, DependsOnItsSeed) {
     std::set<std::size_t> hashes;
     for (std::uint64_t seed = 0; seed < 100; ++seed) {
-        const NameHash hash(seed);
-        const NameHash copy = hash;
+        const SeededNameHash hash(seed);
+        const SeededNameHash copy = hash;
         EXPECT_EQ(hash("/group/feature"), copy("/group/feature"));
         hashes.insert(hash("/group/feature"));
     }
     EXPECT_EQ(hashes.size(), 100U);
-    EXPECT_EQ(NameHash()("/group/feature"), NameHash(hashSeed())("/group/feature"));
+    EXPECT_EQ(SeededNameHash()("/group/feature"), SeededNameHash(hashSeed())("/group/feature"));
 }
 
 } // namespace
