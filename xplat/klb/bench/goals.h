@@ -122,6 +122,8 @@ inline constexpr Goal kGoals[] = {
     {"KLB_Init to KLB_Term with one file", floors::kParseAndRecords, 100, Bound::kAtMost, 3.0},
 
     // Reports.
+    {"KLB_GetDefaultToggleJson, size, first after random order", floors::kPrint, 100'000,
+     Bound::kReported, 0},
     {"KLB_GetDefaultToggleJson, size, 1000 groups, key order", floors::kPrint, 100'000,
      Bound::kAtMost, 2.5},
     {"KLB_GetDefaultToggleJson, text, 1000 groups, key order", floors::kPrint, 100'000,

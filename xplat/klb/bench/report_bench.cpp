@@ -80,6 +80,25 @@ void compareWithPrint(benchmark::State& state, Ask ask, const Shape& shape, bool
         [&] { return timePrint(document, text.size() - 1); });
 }
 
+/// The first report after a start in random order, which makes the order.
+void compareFirstReportWithPrint(benchmark::State& state) {
+    const std::vector<std::string> keys = shuffled(makeKeys(kGroups, kLargeCount));
+    std::string text;
+    const auto timeFirstReport = [&] {
+        const LibrarySession session(kSystemId);
+        for (const std::string& key : keys) {
+            KLB_RegisterToggle(key.c_str(), false, kToken);
+        }
+        const double seconds = timeReport(&defaultToggleJson, Ask::kSize, text);
+        text = textOf(&defaultToggleJson);
+        return seconds;
+    };
+    timeFirstReport();
+    rapidjson::Document document;
+    document.Parse(text.c_str());
+    measurePairs(state, timeFirstReport, [&] { return timePrint(document, text.size() - 1); });
+}
+
 /// The lines of a text that ends with a line feed and a NUL.
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
@@ -138,6 +157,8 @@ void addReportRows(Ask ask) {
 } // namespace
 
 void addReportRows() {
+    addRow("KLB_GetDefaultToggleJson, size, first after random order", floors::kPrint, kLargeCount,
+           Pairs::kFew, [](auto& state) { compareFirstReportWithPrint(state); });
     addReportRows(Ask::kSize);
     addReportRows(Ask::kText);
 }

@@ -24,6 +24,11 @@ std::string plain(double value) {
     return fixed(value, value == std::floor(value) ? 0 : 1);
 }
 
+/// A ratio is judged with the decimals that the table shows.
+double asPrinted(double ratio) {
+    return std::round(ratio * 100) / 100;
+}
+
 std::string formatSeconds(double seconds) {
     if (seconds < 1e-6) {
         return fixed(seconds * 1e9, 1) + " ns";
@@ -129,7 +134,8 @@ Table::Verdict Table::judge(const Line& line) const {
     if (!judged_ || goal.bound == Bound::kReported) {
         return Verdict::kReported;
     }
-    const bool met = goal.bound == Bound::kExactly ? *value == goal.limit : *value <= goal.limit;
+    const bool met =
+        goal.bound == Bound::kExactly ? *value == goal.limit : asPrinted(*value) <= goal.limit;
     return met ? Verdict::kMet : Verdict::kMissed;
 }
 

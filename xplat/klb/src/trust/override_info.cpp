@@ -15,12 +15,17 @@ void addLine(ReportBuffer& report, std::string_view subject, std::string_view co
     report.append("\n");
 }
 
+void addToggle(ReportBuffer& report, const ToggleRecord& toggle) {
+    report.append(toggle.key());
+    report.append(toggle.currentValue ? " : true\n" : " : false\n");
+}
+
 void addFile(ReportBuffer& report, const ToggleFileRecord& file) {
     // "UNKNONN": hosts know the text like this.
     addLine(report, file.token, file.path.empty() ? "UNKNONN" : std::string_view(file.path));
     for (const ToggleRecord* toggle : file.differingToggles.inKeyOrder()) {
         if (toggle->differs) {
-            addLine(report, toggle->key(), toggle->currentValue ? "true" : "false");
+            addToggle(report, *toggle);
         }
     }
 }
