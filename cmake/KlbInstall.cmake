@@ -68,6 +68,7 @@ install(FILES "${PROJECT_BINARY_DIR}/klb.pc"
 # Not CMAKE_INSTALL_DOCDIR, which is named after the project that embeds this one.
 set(documentation_dir "${CMAKE_INSTALL_DATAROOTDIR}/doc/klb")
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+    "${PROJECT_SOURCE_DIR}/SECURITY.md"
   DESTINATION "${documentation_dir}" COMPONENT klb_development)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs"
   DESTINATION "${documentation_dir}" COMPONENT klb_development

@@ -15,7 +15,8 @@ set(expected
   lib/cmake/klb/klbTargets.cmake
   lib/pkgconfig/klb.pc
   share/doc/klb/CHANGELOG.md
-  share/doc/klb/README.md)
+  share/doc/klb/README.md
+  share/doc/klb/SECURITY.md)
 if(NOT OBX_INCLUDE_DIR)
   list(APPEND expected include/klb/obx.h)
 endif()

@@ -84,6 +84,14 @@ TEST(LookupDocumentValue, NeverClearsTheFlag) {
     EXPECT_TRUE(found);
 }
 
+TEST(LookupDocumentValue, LeavesTheValueInHandWhereAnObjectStands) {
+    const auto document = documentOf(R"({"o":{"KLB_DefaultValue":false}})");
+    bool found = false;
+    EXPECT_TRUE(lookupDocumentValue("/o", true, found, *document, document->root));
+    EXPECT_FALSE(lookupDocumentValue("/o", false, found, *document, document->root));
+    EXPECT_FALSE(found);
+}
+
 TEST(LookupDocumentValue, IndexesOnlyWideObjectsAndEachOnce) {
     const auto narrow = documentOf(R"({"a":{"b":true}})");
     EXPECT_EQ(lookUp(*narrow, "/a/b"), true);

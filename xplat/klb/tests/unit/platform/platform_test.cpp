@@ -93,6 +93,16 @@ TEST(OpenInputFile, WaitsForAnotherProcessToGiveItsLeaseBack) {
     giveBack.join();
     ::close(holder);
 }
+
+TEST(OpenInputFile, ReadsNothingWhereReadingFails) {
+    // The first page of a process's memory is never there.
+    const auto file = openInputFile("/proc/self/mem");
+    if (!file) {
+        GTEST_SKIP() << "there is no /proc/self/mem";
+    }
+    char bytes[8];
+    EXPECT_EQ(file->read(bytes, sizeof bytes), 0U);
+}
 #endif
 
 TEST(ExecutablePath, NamesThisProgram) {

@@ -57,10 +57,13 @@ TEST(SignedData, MayBeOfAnyKind) {
     initializeCryptoLibrary();
     SignedDataPtr(PKCS7_new()).reset();
     for (const int kind : {NID_pkcs7_signed, NID_pkcs7_data, NID_pkcs7_digest, NID_pkcs7_enveloped,
-                           NID_pkcs7_encrypted}) {
+                           NID_pkcs7_signedAndEnveloped, NID_pkcs7_encrypted}) {
         const SignedDataPtr message(PKCS7_new());
         EXPECT_EQ(PKCS7_set_type(message.get(), kind), 1);
     }
+    const SignedDataPtr unknownKind(PKCS7_new());
+    EXPECT_EQ(PKCS7_set0_type_other(unknownKind.get(), NID_commonName, ASN1_TYPE_new()), 1);
+    ASN1_TYPE_set(unknownKind->d.other, V_ASN1_NULL, nullptr);
 }
 
 } // namespace

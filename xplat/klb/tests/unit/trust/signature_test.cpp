@@ -301,6 +301,7 @@ TEST(CertificatePathFor, IsBesideTheToggleFile) {
         {"/etc/app\\toggles.json", "/etc/app\\mosk.cert.pem"},
         {"/toggles.json", "/mosk.cert.pem"},
         {"\\toggles.json", "\\mosk.cert.pem"},
+        {"toggles.json", "\\mosk.cert.pem"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(certificatePathFor(c.path), c.expected);
