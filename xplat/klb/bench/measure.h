@@ -20,9 +20,6 @@ double meanOf(std::size_t runs, Run&& run) {
     return sum / static_cast<double>(runs);
 }
 
-/// Throws when there is none.
-double leastOf(const std::vector<double>& values);
-
 /// The counters by which a benchmark tells what it measured.
 namespace counters {
 inline constexpr const char* kFigure = "figure";
@@ -30,18 +27,27 @@ inline constexpr const char* kFloor = "floor";
 inline constexpr const char* kRatio = "ratio";
 } // namespace counters
 
-/// Times of a figure and of its floor, taken in turns, so that both have their share of the
-/// machine's quiet moments.
+/// Times of a figure and of its floor, taken in turns. What disturbs the machine makes a time
+/// longer and never shorter, and its speed changes slowly: so the quietest quarter of the pairs
+/// counts, and of each pair the ratio.
 class PairedTimes {
 public:
-    void add(double figure, double floor);
+    void add(double figure, double floor) {
+        pairs_.push_back({figure, floor});
+    }
 
-    /// The least of both: what disturbs a run makes it longer and never shorter.
+    /// Medians of the quietest pairs. \throws std::logic_error when there is none.
     void tell(benchmark::State& state) const;
 
 private:
-    std::vector<double> figures_;
-    std::vector<double> floors_;
+    struct Pair {
+        double figure;
+        double floor;
+    };
+
+    std::vector<Pair> quietest() const;
+
+    std::vector<Pair> pairs_;
 };
 
 /// Runs a benchmark whose figure and floor are functions that give seconds. Each goes first every
