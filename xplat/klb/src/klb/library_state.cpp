@@ -2,6 +2,6 @@
 
 namespace klb {
 
-constinit LibraryState processState;
+LibraryState processState;
 
 } // namespace klb
