@@ -49,6 +49,11 @@ function(klb_configure_target target)
         -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer-ignorelist.txt)
     endif()
   endif()
+  if(KLB_FUZZ)
+    # What the fuzzer learns of an input is the code that it reaches.
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    target_link_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
 endfunction()
 
 # Reads exported_names.txt: the decorated names of the exported functions, in two lists of one order.

@@ -1,0 +1,87 @@
+// The message inside a protected file. One document was ever signed with the trusted certificate's
+// key, so no message may yield other bytes than these.
+#include "check.h"
+#include "crypto_surroundings.h"
+#include "support/fake_platform.h"
+#include "support/protected_samples.h"
+#include "trust/certificate.h"
+#include "trust/crypto_library.h"
+#include "trust/signature.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include <openssl/err.h>
+
+namespace klb {
+namespace {
+
+using fuzz::check;
+
+constexpr const char* kPath = "C:\\data\\toggles.klb";
+constexpr const char* kCertificatePath = "C:\\data\\mosk.cert.pem";
+
+struct Verified {
+    bool good = false;
+    std::string content;
+    std::string error;
+    bool operator==(const Verified&) const = default;
+};
+
+/// \param certificate Null for that in the file beside the toggle file.
+Verified verify(const std::string& message, x509_st* certificate,
+                const test::FakePlatform& platform) {
+    ToggleFileRecord record;
+    record.type = KLB_ToggleFileType_Unsupported;
+    record.path = kPath;
+    record.certificate = certificate;
+    record.content.assign(message.begin(), message.end());
+    const bool good = verifySignature(record, platform.services());
+    check(ERR_peek_error() == 0, "no error is left in the host's queue");
+    return {good, {record.content.begin(), record.content.end()}, record.error};
+}
+
+x509_st* trustedCertificate() {
+    static Registry registry;
+    if (!registry.certificate) {
+        setCertificateData(registry, test::kSignerCertificate);
+    }
+    return registry.certificate.get();
+}
+
+void testOneInput(const std::string& message) {
+    if (message.empty()) {
+        // No envelope has an empty message.
+        return;
+    }
+    test::FakePlatform platform;
+    const Verified verified = verify(message, trustedCertificate(), platform);
+    platform.files[kCertificatePath].bytes = test::kSignerCertificate;
+    check(verified == verify(message, nullptr, platform),
+          "it is the same where the certificate comes from");
+    if (verified.good) {
+        check(verified.content == test::kSampleDocument, "only what was signed is accepted");
+        check(verified.error.empty(), "what is accepted is no error");
+    } else {
+        check(verified.error == "Error reading S/MIME message\n" ||
+                  verified.error == "Verification failure\n",
+              "the text of an error is known");
+        check(verified.content == message, "a message that is refused stays as it is");
+    }
+}
+
+} // namespace
+} // namespace klb
+
+extern "C" int LLVMFuzzerInitialize(int* /*argumentCount*/, char*** /*arguments*/) {
+    klb::fuzz::isolateCryptoLibrary();
+    klb::initializeCryptoLibrary();
+    klb::fuzz::check(klb::trustedCertificate() != nullptr, "the sample's certificate can be read");
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    klb::testOneInput({reinterpret_cast<const char*>(bytes), size});
+    return 0;
+}
