@@ -20,8 +20,8 @@ struct NameHash {
 /// A number that whoever writes a file cannot know beforehand; the same one in all of a process.
 std::uint64_t hashSeed() noexcept;
 
-/// Hashes names that come from files, with a seed: no file can be made whose names all meet in one
-/// place.
+/// Hashes names that come from files, with a seed: who writes a file cannot foresee which names
+/// meet in one place.
 class SeededNameHash {
 public:
     explicit SeededNameHash(std::uint64_t seed = hashSeed()) noexcept : seed_(seed) {}

@@ -16,15 +16,13 @@ namespace klb {
 template <class Object, class HashOfName>
 class NameIndex {
 public:
+    /// Takes the memory for so many objects: no insertion up to there needs any.
     void reserve(std::size_t count) {
         objects_.reserve(count);
     }
     /// Leaves an object of the same name in its place.
     void insert(Object& object) {
         objects_.insert(&object);
-    }
-    void erase(std::string_view name) noexcept {
-        objects_.erase(name);
     }
 
     /// The object of this name, or null.

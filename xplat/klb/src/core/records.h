@@ -51,10 +51,8 @@ struct ToggleProperty {
     ToggleProperty* next = nullptr;
 };
 
-/// One toggle. Made by createToggle() only: the text of its key follows it in memory, so that a
-/// query finds both in one place.
-struct ToggleRecord {
-    std::size_t keySize = 0;
+/// What is on and why.
+struct ToggleState {
     bool defaultValue = false;
     bool currentValue = false;
     /// The override file set the current value.
@@ -62,14 +60,7 @@ struct ToggleRecord {
     /// Some source gave another value than the default. Never cleared.
     bool differs = false;
     bool isDynamic = false;
-    /// The record of the token that the toggle was registered with.
-    ToggleFileRecord* file = nullptr;
-    /// The first of them, in the order in which they were added; each name at most once.
-    ToggleProperty* addedProperties = nullptr;
 
-    std::string_view key() const noexcept {
-        return {reinterpret_cast<const char*>(this + 1), keySize};
-    }
     bool value() const noexcept {
         return differs ? currentValue : defaultValue;
     }
@@ -83,6 +74,24 @@ struct ToggleRecord {
         if (value != defaultValue) {
             differs = true;
         }
+    }
+};
+
+/// One toggle. Made by createToggle() only: the text of its key follows it in memory, so that a
+/// query finds both in one place.
+struct ToggleRecord : ToggleState {
+    ToggleRecord() = default;
+    ToggleRecord(const ToggleRecord&) = delete;
+    ToggleRecord& operator=(const ToggleRecord&) = delete;
+
+    std::size_t keySize = 0;
+    /// The record of the token that the toggle was registered with.
+    ToggleFileRecord* file = nullptr;
+    /// The first of them, in the order in which they were added; each name at most once.
+    ToggleProperty* addedProperties = nullptr;
+
+    std::string_view key() const noexcept {
+        return {reinterpret_cast<const char*>(this + 1), keySize};
     }
 };
 

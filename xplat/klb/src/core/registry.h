@@ -29,9 +29,12 @@ struct Registry {
     std::map<std::string_view, std::unique_ptr<ToggleFileRecord>> filesByToken;
     std::map<std::string_view, ToggleFileRecord*> filesByPath;
     std::vector<ToggleFileRecord*> filesInOrder;
-    /// Holds the toggles and their properties: taken in large blocks, given back at once.
-    std::pmr::monotonic_buffer_resource toggleMemory;
+    /// Holds the toggles and their properties: taken in large blocks, given back at once. Not from
+    /// the process's default resource, which is the host's.
+    std::pmr::monotonic_buffer_resource toggleMemory{std::pmr::new_delete_resource()};
     ToggleOrder toggles;
+    /// The same toggles by key, for queries.
+    NameIndex<ToggleRecord, NameHash> toggleIndex;
 
     bool enableOverride = false;
     /// The override file's record, once it has been registered.
@@ -42,8 +45,6 @@ struct Registry {
     CertificatePtr certificate;
     bool noCertificate = false;
 
-    /// The same toggles, for queries.
-    NameIndex<ToggleRecord, NameHash> toggleIndex;
     const Platform* platform = nullptr;
 
     /// Some calls are refused from the first registration on.

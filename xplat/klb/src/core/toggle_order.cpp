@@ -14,7 +14,14 @@ bool comesBefore(const ToggleRecord* one, const ToggleRecord* other) noexcept {
 
 } // namespace
 
-void ToggleOrder::add(ToggleRecord& toggle) {
+void ToggleOrder::makeRoom() {
+    constexpr std::size_t kFirstCapacity = 16;
+    if (toggles_.size() == toggles_.capacity()) {
+        toggles_.reserve(std::max(kFirstCapacity, 2 * toggles_.capacity()));
+    }
+}
+
+void ToggleOrder::add(ToggleRecord& toggle) noexcept {
     toggles_.push_back(&toggle);
     const std::size_t size = toggles_.size();
     ordered_ = ordered_ && (size == 1 || comesBefore(toggles_[size - 2], &toggle));

@@ -14,12 +14,10 @@ struct ToggleRecord;
 /// library lock guards it.
 class ToggleOrder {
 public:
-    /// A toggle whose key is not there yet.
-    void add(ToggleRecord& toggle);
-    /// Takes back what add() has just added.
-    void removeLast() noexcept {
-        toggles_.pop_back();
-    }
+    /// Takes the memory that the next add() needs.
+    void makeRoom();
+    /// A toggle whose key is not there yet; after makeRoom().
+    void add(ToggleRecord& toggle) noexcept;
 
     const std::vector<ToggleRecord*>& inKeyOrder() const;
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 
 #include <rapidjson/prettywriter.h>
@@ -64,7 +65,7 @@ public:
 /// is.
 class JsonSizeBound {
 public:
-    std::size_t bytes() const noexcept {
+    std::uint64_t bytes() const noexcept {
         return bytes_;
     }
     std::size_t depth() const noexcept {
@@ -92,10 +93,10 @@ public:
 
 private:
     void addLine() noexcept {
-        bytes_ += kIndentation * level_ + kPunctuation;
+        bytes_ += std::uint64_t{kIndentation} * level_ + kPunctuation;
     }
     void addText(std::size_t length) noexcept {
-        bytes_ += kLongestEscape * length + kPunctuation;
+        bytes_ += std::uint64_t{kLongestEscape} * length + kPunctuation;
     }
 
     static constexpr std::size_t kLongestEscape = 6;
@@ -104,7 +105,7 @@ private:
 
     std::size_t level_ = 0;
     std::size_t depth_ = 0;
-    std::size_t bytes_ = 0;
+    std::uint64_t bytes_ = 0;
 };
 
 /// Writes an object of objects, texts and truth values as RapidJSON's PrettyWriter does, without

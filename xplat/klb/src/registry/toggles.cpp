@@ -1,7 +1,6 @@
 #include "registry/toggles.h"
 
 #include "core/message_reporter.h"
-#include "core/rollback.h"
 #include "documents/document_loader.h"
 #include "documents/document_lookup.h"
 #include "registry/toggle_files.h"
@@ -9,7 +8,6 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 
 namespace klb {
 
@@ -31,18 +29,18 @@ std::optional<bool> lookUp(ToggleDocument& document, const JsonValue& tree, std:
     return found ? std::optional<bool>(value) : std::nullopt;
 }
 
-void applyToggleFile(const Registry& registry, ToggleRecord& toggle) {
-    ToggleDocument* document =
-        loadToggleDocument(*toggle.file, registry.systemId, *registry.platform);
+void applyToggleFile(const Registry& registry, ToggleFileRecord& file, std::string_view key,
+                     ToggleState& state) {
+    ToggleDocument* document = loadToggleDocument(file, registry.systemId, *registry.platform);
     if (document == nullptr) {
         return;
     }
-    if (const auto value = lookUp(*document, *document->toggleTree, toggle.key())) {
-        toggle.setValue(*value, false);
+    if (const auto value = lookUp(*document, *document->toggleTree, key)) {
+        state.setValue(*value, false);
     }
 }
 
-void applyOverrideFile(const Registry& registry, ToggleRecord& toggle) {
+void applyOverrideFile(const Registry& registry, std::string_view key, ToggleState& state) {
     if (registry.overrideFile == nullptr) {
         return;
     }
@@ -51,30 +49,30 @@ void applyOverrideFile(const Registry& registry, ToggleRecord& toggle) {
     if (document == nullptr) {
         return;
     }
-    if (const auto value = lookUp(*document, document->root, toggle.key())) {
-        toggle.setValue(*value, true);
+    if (const auto value = lookUp(*document, document->root, key)) {
+        state.setValue(*value, true);
     }
 }
 
-/// Enters a finished toggle everywhere. All or nothing: memory may run out at each step but the
-/// last.
-void addToggle(Registry& registry, ToggleRecord& toggle) {
-    registry.toggles.add(toggle);
-    Rollback unlist([&]() noexcept { registry.toggles.removeLast(); });
+/// Enters a toggle everywhere, or nowhere when memory runs out: all of it is taken beforehand. The
+/// record comes last of that, because its memory cannot be given back.
+void addToggle(Registry& registry, std::string_view key, const ToggleState& state,
+               ToggleFileRecord& file) {
+    auto& differing = (state.overridden ? *registry.overrideFile : file).differingToggles;
+    registry.toggles.makeRoom();
+    registry.toggleIndex.reserve(registry.toggleIndex.size() + 1);
+    if (state.differs) {
+        differing.makeRoom();
+    }
+    ToggleRecord& toggle = createToggle(key, registry.toggleMemory);
 
-    auto& differing = (toggle.overridden ? registry.overrideFile : toggle.file)->differingToggles;
+    static_cast<ToggleState&>(toggle) = state;
+    toggle.file = &file;
+    registry.toggles.add(toggle);
+    registry.toggleIndex.insert(toggle);
     if (toggle.differs) {
         differing.add(toggle);
     }
-    Rollback equalise([&]() noexcept {
-        if (toggle.differs) {
-            differing.removeLast();
-        }
-    });
-
-    registry.toggleIndex.insert(toggle);
-    equalise.commit();
-    unlist.commit();
 }
 
 } // namespace
@@ -102,14 +100,13 @@ void registerToggle(Registry& registry, const char* key, bool defaultValue, cons
         return;
     }
 
-    ToggleRecord& toggle = createToggle(key, registry.toggleMemory);
-    toggle.defaultValue = defaultValue;
-    toggle.currentValue = defaultValue;
-    toggle.isDynamic = isDynamic;
-    toggle.file = &file;
-    applyToggleFile(registry, toggle);
-    applyOverrideFile(registry, toggle);
-    addToggle(registry, toggle);
+    ToggleState state;
+    state.defaultValue = defaultValue;
+    state.currentValue = defaultValue;
+    state.isDynamic = isDynamic;
+    applyToggleFile(registry, file, key, state);
+    applyOverrideFile(registry, key, state);
+    addToggle(registry, key, state, file);
 }
 
 void warnOfUnregisteredKey(const char* key) {

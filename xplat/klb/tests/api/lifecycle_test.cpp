@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory_resource>
 #include <stdexcept>
 #include <string>
 
@@ -54,6 +55,21 @@ TEST(Init, NullSystemIdIsRefusedAndTheLibraryStaysUninitialised) {
             EXPECT_FALSE(KLB_IsInitialized());
         }
     });
+}
+
+TEST(Init, LeavesTheHostsDefaultMemoryResourceToTheHost) {
+    std::pmr::memory_resource* const usual =
+        std::pmr::set_default_resource(std::pmr::null_memory_resource());
+    {
+        const LibrarySession session("TestSystem");
+        EXPECT_NO_THROW({
+            KLB_RegisterDynamicToggle("/group/feature", true, "token");
+            KLB_AddToggleComment("/group/feature", "a comment of more than a few characters");
+            EXPECT_TRUE(KLB_GetDynamicToggle("/group/feature"));
+            EXPECT_GT(KLB_GetDefaultToggleJson(nullptr, nullptr, nullptr, 0), 1U);
+        });
+    }
+    std::pmr::set_default_resource(usual);
 }
 
 TEST(Init, NullSystemIdIsRefusedWithAManagerTooAndChangesNothing) {

@@ -13,6 +13,7 @@ namespace {
 class KeyOrder : public testing::Test {
 protected:
     void add(std::string_view key) {
+        toggles.makeRoom();
         toggles.add(createToggle(key, memory));
     }
     std::string text() const {
@@ -45,17 +46,6 @@ TEST_F(KeyOrder, IsMadeAnewForLaterToggles) {
     add("/d");
     add("/bb");
     EXPECT_EQ(text(), "/a|/b|/bb|/c|/d|");
-}
-
-TEST_F(KeyOrder, ForgetsTheLastToggle) {
-    add("/b");
-    add("/a");
-    toggles.removeLast();
-    EXPECT_EQ(text(), "/b|");
-    toggles.removeLast();
-    EXPECT_TRUE(toggles.empty());
-    add("/c");
-    EXPECT_EQ(text(), "/c|");
 }
 
 TEST(CreateToggle, PutsTheKeyBehindTheRecord) {

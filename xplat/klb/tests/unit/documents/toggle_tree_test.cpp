@@ -19,6 +19,7 @@ public:
         for (const std::string& key : keys) {
             ToggleRecord& toggle = createToggle(key, memory_);
             toggle.file = &file_;
+            toggles_.makeRoom();
             toggles_.add(toggle);
         }
         for (const ToggleRecord* toggle : toggles_.inKeyOrder()) {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include <malloc.h>
@@ -214,4 +215,25 @@ void operator delete(void* block) noexcept {
 void operator delete(void* block, std::size_t) noexcept {
     lookAt(block);
     newBlocks.release(block);
+}
+
+// Blocks of greater alignment lie inside larger ones, whose addresses stand before them.
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    const auto boundary = static_cast<std::size_t>(alignment);
+    std::size_t space = size + boundary;
+    void* const block = ::operator new(sizeof(void*) + space);
+    void* aligned = static_cast<char*>(block) + sizeof(void*);
+    std::align(boundary, size, aligned, space);
+    static_cast<void**>(aligned)[-1] = block;
+    return aligned;
+}
+
+void operator delete(void* block, std::align_val_t) noexcept {
+    if (block != nullptr) {
+        ::operator delete(static_cast<void**>(block)[-1]);
+    }
+}
+
+void operator delete(void* block, std::size_t, std::align_val_t alignment) noexcept {
+    ::operator delete(block, alignment);
 }

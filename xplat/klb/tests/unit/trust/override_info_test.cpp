@@ -23,6 +23,7 @@ protected:
         toggle.currentValue = value;
         toggle.differs = differs;
         toggle.file = &file;
+        file.differingToggles.makeRoom();
         file.differingToggles.add(toggle);
     }
 
