@@ -1,5 +1,6 @@
 #include "core/name_hash.h"
 
+#include <atomic>
 #include <chrono>
 #include <exception>
 #include <random>
@@ -22,8 +23,14 @@ std::uint64_t drawSeed() noexcept {
 } // namespace
 
 std::uint64_t hashSeed() noexcept {
-    // Drawing one takes longer than filling an index of a hundred names.
-    static const std::uint64_t seed = drawSeed();
+    // Drawing one takes longer than filling an index of a hundred names. 0 says that none is there
+    // yet; a variable with a guard would keep memory with some C++ runtimes.
+    static constinit std::atomic<std::uint64_t> kept{0};
+    std::uint64_t seed = kept.load(std::memory_order_relaxed);
+    if (seed == 0) {
+        const std::uint64_t drawn = drawSeed() | 1;
+        seed = kept.compare_exchange_strong(seed, drawn, std::memory_order_relaxed) ? drawn : seed;
+    }
     return seed;
 }
 
