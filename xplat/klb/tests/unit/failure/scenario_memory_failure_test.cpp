@@ -119,10 +119,21 @@ std::string nameOf(const testing::TestParamInfo<Mode>& info) {
            (info.param.step == 1 ? "" : std::to_string(info.param.first));
 }
 
+/// The C++ runtime keeps memory for exceptions that get none. Its lock can take a block when it is
+/// used first, which stays.
+void useEmergencyMemoryOfRuntime() {
+    const FailingAllocation failure(1, MemorySource::Malloc);
+    try {
+        throw 1;
+    } catch (int) {
+    }
+}
+
 class ScenarioMemoryFailure : public testing::TestWithParam<Mode> {
 protected:
     ScenarioMemoryFailure() {
         fillErrorQueue();
+        useEmergencyMemoryOfRuntime();
         for (const Step& step : scenario_.steps()) {
             known_.push_back(knowledge());
             scenario_.make(step);
@@ -337,13 +348,6 @@ bool ScenarioMemoryFailure::failAllocation(std::size_t n) {
 }
 
 TEST_P(ScenarioMemoryFailure, EveryAllocation) {
-#if defined(_WIN32)
-    if (GetParam().source == MemorySource::Malloc) {
-        GTEST_SKIP()
-            << "the C++ runtime in this program takes what it needs for its first exception "
-               "from the same malloc, keeps it, and ends the program without it";
-    }
-#endif
     std::size_t n = GetParam().first;
     while (true) {
         SCOPED_TRACE("allocation " + std::to_string(n));
