@@ -152,7 +152,7 @@ Scenario::Scenario(Trust trust, bool withCallback)
                                      "true}}")),
       framework_(&addSinkReport) {
     if (trust == Trust::CertificateFile) {
-        directory_.write("mosk.cert.pem", kSignerCertificate);
+        directory_.write("mosk.cert.pem", std::string(kSignerCertificate) + kRevocationList);
     }
     addSetUp(trust);
     addFiles();

@@ -91,6 +91,15 @@ constexpr const char* kSignerCertificate =
     "ScPyL5NypcaT7Q==\n"
     "-----END CERTIFICATE-----\n";
 
+/// A revocation list of another authority.
+constexpr const char* kRevocationList =
+    "-----BEGIN X509 CRL-----\n"
+    "MIGuMFYwCgYIKoZIzj0EAwIwFDESMBAGA1UEAwwJYXV0aG9yaXR5Fw0yNjExMjEx\n"
+    "NTE1NTVaFw0zNjExMTgxNTE1NTVaMBQwEgIBAhcNMjYxMTIxMTUxNTU1WjAKBggq\n"
+    "hkjOPQQDAgNIADBFAiEAg5TG8BEaLB0noJrmxEYm1ut79SyAC8XAlF9DFK7NfTwC\n"
+    "IApK+e+JlelWClRx+hmqkBc06XuKkm3N+twyjoZyiZXB\n"
+    "-----END X509 CRL-----\n";
+
 } // namespace klb::test
 
 #endif
