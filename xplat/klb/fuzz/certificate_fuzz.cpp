@@ -99,14 +99,14 @@ bool namesTheSigner(const std::string& pem) {
     char noPassPhrase[] = "";
     const std::unique_ptr<STACK_OF(X509_INFO), InfosDeleter> infos(
         PEM_X509_INFO_read_bio(text.get(), nullptr, nullptr, noPassPhrase));
-    ERR_clear_error();
-    for (int i = 0; infos && i < sk_X509_INFO_num(infos.get()); ++i) {
+    bool found = false;
+    for (int i = 0; infos && i < sk_X509_INFO_num(infos.get()) && !found; ++i) {
         const X509* const each = sk_X509_INFO_value(infos.get(), i)->x509;
-        if (each != nullptr && X509_cmp(each, signer.get()) == 0) {
-            return true;
-        }
+        found = each != nullptr && X509_cmp(each, signer.get()) == 0;
     }
-    return false;
+    // Comparing looks into the certificate and can fail too.
+    ERR_clear_error();
+    return found;
 }
 
 void checkCertificateFile(const std::string& bytes) {
