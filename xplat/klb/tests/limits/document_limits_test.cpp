@@ -59,7 +59,7 @@ TEST(Limits, MemberName) {
 }
 
 TEST(Limits, Members) {
-    LimitRow row("members of an object", {50'000'000, 100'000});
+    LimitRow row("members of an object", {20'000'000, 100'000});
     if (!row.fits(8 * kGiB, kGiB)) {
         GTEST_SKIP() << row.lack();
     }

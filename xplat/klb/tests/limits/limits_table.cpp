@@ -102,7 +102,8 @@ bool printRow(const std::string& program, TableFormat format, const std::string&
     Line line;
     if (result.status == 0 && std::getline(fields, line.what, '\t') &&
         std::getline(fields, line.size, '\t') && std::getline(fields, line.time, '\t') &&
-        std::getline(fields, line.memory, '\t') && std::getline(fields, line.beyond)) {
+        std::getline(fields, line.memory, '\t')) {
+        std::getline(fields, line.beyond);
         line.size = withSeparators(line.size);
         line.time = secondsOf(line.time);
         line.memory = memoryOf(line.memory);

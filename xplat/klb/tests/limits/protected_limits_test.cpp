@@ -89,7 +89,8 @@ TEST(Limits, CertificateData) {
     file.close();
     directory.remove("mosk.cert.pem");
 
-    std::string text(row.size() - certificate.size(), '\n');
+    std::string text(row.size() - certificate.size(), ' ');
+    text.back() = '\n';
     text += certificate;
     {
         initialise(ProtectedFileSizes().systemId);
@@ -99,7 +100,7 @@ TEST(Limits, CertificateData) {
         KLB_Term();
     }
     if (LimitRow::isWhole()) {
-        text.insert(text.begin(), '\n');
+        text.insert(text.begin(), ' ');
         inBothErrorModes([&](ErrorObserver& observer) {
             const LibrarySession library;
             observer.expectError<std::domain_error>(

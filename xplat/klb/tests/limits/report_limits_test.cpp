@@ -126,6 +126,7 @@ TEST(Limits, TogglesInReport) {
     }
     if (LimitRow::isWhole()) {
         KLB_RegisterToggle(key.c_str(), false, "core");
+        KLB_AddToggleComment(key.c_str(), comment.c_str());
         inBothErrorModes([](ErrorObserver& observer) { expectReportTooLong(observer); });
     }
     row.beyond(kBeyondReport);
