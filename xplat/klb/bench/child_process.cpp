@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <stdexcept>
+#include <utility>
 
 namespace klb::bench {
 
@@ -44,7 +45,7 @@ std::string quoted(const std::string& text) {
 
 } // namespace
 
-std::string outputOf(const std::string& program, const std::vector<std::string>& arguments) {
+ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments) {
     std::string command = quoted(program);
     for (const std::string& argument : arguments) {
         command += " " + quoted(argument);
@@ -58,10 +59,15 @@ std::string outputOf(const std::string& program, const std::vector<std::string>&
     while (const std::size_t size = std::fread(piece, 1, sizeof piece, output)) {
         text.append(piece, size);
     }
-    if (closeOutput(output) != 0) {
+    return {closeOutput(output), std::move(text)};
+}
+
+std::string outputOf(const std::string& program, const std::vector<std::string>& arguments) {
+    ProgramResult result = runProgram(program, arguments);
+    if (result.status != 0) {
         throw std::runtime_error(program + " failed");
     }
-    return text;
+    return std::move(result.output);
 }
 
 } // namespace klb::bench

@@ -5,6 +5,7 @@
 #include "trust/error_queue.h"
 
 #include <array>
+#include <climits>
 #include <string>
 
 #include <openssl/crypto.h>
@@ -21,6 +22,8 @@ constexpr std::size_t kReadBufferSize = 11346;
 constexpr int kPieceSize = 8192;
 constexpr std::string_view kSignedMessageStart = "MIME-Version: 1.0";
 constexpr std::string_view kDocumentStart = "{";
+constexpr const char* kOtherComputer =
+    "The original KLB file was either corrupted or it was created for a different computer.\n";
 
 struct KeyAndIv {
     std::array<unsigned char, EVP_MAX_KEY_LENGTH> key{};
@@ -85,6 +88,11 @@ bool decrypt(const std::vector<char>& content, std::string_view password, std::v
         return false;
     }
 
+    // The crypto library takes no longer password, so nobody has made a file for it.
+    if (password.size() > INT_MAX) {
+        diagnostics += kOtherComputer;
+        return false;
+    }
     KeyAndIv secret;
     EVP_BytesToKey(KLB_PROTECTED_CIPHER_FUNCTION(), KLB_PROTECTED_DIGEST_FUNCTION(),
                    reinterpret_cast<const unsigned char*>(salt.data()),
@@ -136,8 +144,7 @@ bool decryptContent(ToggleFileRecord& record, std::string_view systemId) {
     const CleanseScope cleansed(output);
     bool good = decrypt(record.content, systemId, output, diagnostics) && !output.empty();
     if (good && !isPlausible(output, record.skipSignatureCheck)) {
-        diagnostics += "The original KLB file was either corrupted or it was created for a "
-                       "different computer.\n";
+        diagnostics += kOtherComputer;
         good = false;
     }
     if (good) {
