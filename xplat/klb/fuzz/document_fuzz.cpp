@@ -165,9 +165,24 @@ void checkParsing(const std::string& text, const rapidjson::Document& reference)
           "a text means what it means in the default mode");
 }
 
-/// The library alone, for texts too deep for the default mode.
-void loadDeepDocument(ToggleFileRecord& record, const test::FakePlatform& platform,
-                      const std::string& key) {
+/// Whether the default mode may wrap when it counts with an exponent, and take that for an index.
+bool mayEndTheDefaultMode(const std::string& text) {
+    constexpr std::size_t kLongExponent = 9;
+    constexpr const char* kDigits = "0123456789";
+    for (std::size_t at = text.find_first_of("eE"); at != std::string::npos;
+         at = text.find_first_of("eE", at + 1)) {
+        const std::size_t digits = std::min(text.find_first_not_of("+-", at + 1), text.size());
+        const std::size_t end = std::min(text.find_first_not_of(kDigits, digits), text.size());
+        if (end - digits >= kLongExponent) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The library alone, for texts that the default mode cannot read.
+void loadAlone(ToggleFileRecord& record, const test::FakePlatform& platform,
+               const std::string& key) {
     if (ToggleDocument* document = loadToggleDocument(record, kSystemId, platform.services())) {
         bool found = false;
         lookupDocumentValue(key, false, found, *document, *document->toggleTree);
@@ -206,8 +221,9 @@ void testOneInput(const std::string& input) {
     record.type = KLB_ToggleFileType_Supported;
     record.path = kPath;
     const auto isBracket = [](char c) { return c == '{' || c == '['; };
-    if (std::count_if(text.begin(), text.end(), isBracket) > kMaxReferenceDepth) {
-        loadDeepDocument(record, platform, key);
+    if (std::count_if(text.begin(), text.end(), isBracket) > kMaxReferenceDepth ||
+        mayEndTheDefaultMode(text)) {
+        loadAlone(record, platform, key);
     } else {
         checkLoading(record, platform, text, key);
     }

@@ -1,12 +1,14 @@
 #include "documents/document_parser.h"
 
 #include "documents/document_input.h"
+#include "documents/exponents.h"
 
 #include <rapidjson/reader.h>
 
 namespace klb {
 
 rapidjson::ParseResult parseDocument(std::vector<char>& text, JsonDocument& document) {
+    limitExponents(text);
     const vectoristream bytes(text);
     DocumentInput input(bytes);
     document.ParseStream<rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag>(input);

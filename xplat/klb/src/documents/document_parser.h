@@ -11,7 +11,7 @@ namespace klb {
 
 /// Parses a text, up to its first NUL byte, where it lies. Codes and offsets of errors are those of
 /// RapidJSON's default mode. Needs no stack for deep nesting: a file of nothing but brackets must
-/// not end the host.
+/// not end the host. May change digits of numbers.
 rapidjson::ParseResult parseDocument(std::vector<char>& text, JsonDocument& document);
 
 } // namespace klb

@@ -301,6 +301,28 @@ TEST(ToggleFileContent, AcceptsWhatTheParserAccepts) {
     }
 }
 
+TEST(ToggleFileContent, MayHaveNumbersWithEnormousExponents) {
+    const std::string digits = "2147483639";
+    const std::string zeros(100, '0');
+    for (const std::string& number : std::vector<std::string>{
+             "1e-" + digits, "0." + zeros + "1e-" + digits, "-12.5E-" + digits, "1e-214748364",
+             "0." + zeros + "e-" + digits, "0." + zeros + "1e-" + zeros + digits,
+             "0.0000000001e-2147483640", "0.1e-" + std::string(1'000, '9')}) {
+        expectLoads(R"({"n":)" + number + R"(,"a":true})");
+    }
+    expectLoads(R"({"n":[0.1e-2147483639,{"m":0.001E-2147483647}],"a":true})");
+    // In texts they are letters like others.
+    const std::string id = R"(0.01e-2147483639 \\")";
+    expectLoads(
+        R"({"header":{"systemId":"0.01e-2147483639 \\\\\""},"n":0.01e-2147483639,"a":true})",
+        id.c_str());
+    expectParseErrors(
+        {
+            "{\"n\":0." + zeros + "1e-" + digits + "^x,\"a\":true}",
+        },
+        "ParseErrorObjectMissCommaOrCurlyBracket");
+}
+
 TEST(ToggleFileContent, EndsAtTheFirstNulAfterTheRoot) {
     expectLoads("{\"a\":true}\0"s);
     expectLoads("{\"a\":true}\0}]garbage \xFF \0 {\"a\":false}"s);

@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace klb::test {
 
@@ -100,6 +102,38 @@ TEST(Limits, Nesting) {
     EXPECT_FALSE(registeredValue("/deep", false, "core"));
     EXPECT_TRUE(registeredValue("/z", false, "core"));
     row.timed([&] { KLB_Term(); });
+}
+
+TEST(Limits, Decimals) {
+    const std::string begin = R"({"a":true,"n":0.)";
+    // Too large to be counted with the decimals in 32 bits.
+    const std::string small = "1e-2147483639}";
+    const std::string large = "1e+2147483648}";
+    LimitRow row("decimals of a number", {kLargestFile - begin.size() - small.size(), 1'000'000});
+    if (!row.fits(3 * kGiB, 4 * kGiB)) {
+        GTEST_SKIP() << row.lack();
+    }
+    const TempDirectory directory;
+    const auto write = [&](const std::string& name, const std::string& end) {
+        return FileWriter(directory, name).add(begin).add('0', row.size()).add(end).finish();
+    };
+    {
+        const LibrarySession library;
+        const std::string path = write("small.json", small);
+        row.timed([&] { registerPlainFile("core", path); });
+        EXPECT_TRUE(registeredValue("/a", false, "core"));
+    }
+    const std::string path = write("large.json", large);
+    const std::uint64_t offset = begin.size() - std::string_view("0.").size();
+    inBothErrorModes([&](ErrorObserver& observer) {
+        KLB_Init("TestSystem", false);
+        observer.expectError<std::domain_error>(
+            loadErrorText("ParseErrorNumberTooBig", path, offset),
+            [&] { registerPlainFile("core", path); });
+        EXPECT_FALSE(registeredValue("/a", false, "core"));
+        KLB_Term();
+    });
+    row.beyond(kNoLongerFile);
 }
 
 } // namespace
