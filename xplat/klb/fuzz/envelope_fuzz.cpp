@@ -2,20 +2,18 @@
 // of an envelope that is made here, since no mutation gets past the cipher.
 #include "check.h"
 #include "crypto_surroundings.h"
+#include "support/sealed_envelope.h"
 #include "trust/crypto_library.h"
 #include "trust/decryption.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <openssl/err.h>
-#include <openssl/evp.h>
 
 namespace klb {
 namespace {
@@ -69,57 +67,8 @@ void checkOpening(const std::string& content, bool skipSignatureCheck) {
     check(opened.content == content, "an envelope that does not open stays as it is");
 }
 
-struct CipherDeleter {
-    void operator()(EVP_CIPHER_CTX* context) const noexcept {
-        EVP_CIPHER_CTX_free(context);
-    }
-};
-
-std::string encrypted(const std::string& text, const unsigned char* salt) {
-    const EVP_CIPHER* const cipher = KLB_PROTECTED_CIPHER_FUNCTION();
-    std::array<unsigned char, EVP_MAX_KEY_LENGTH> key{};
-    std::array<unsigned char, EVP_MAX_IV_LENGTH> iv{};
-    EVP_BytesToKey(cipher, KLB_PROTECTED_DIGEST_FUNCTION(), salt,
-                   reinterpret_cast<const unsigned char*>(kSystemId.data()),
-                   static_cast<int>(kSystemId.size()), 1, key.data(), iv.data());
-    const std::unique_ptr<EVP_CIPHER_CTX, CipherDeleter> context(EVP_CIPHER_CTX_new());
-    std::string output(text.size() + EVP_MAX_BLOCK_LENGTH, '\0');
-    auto* const bytes = reinterpret_cast<unsigned char*>(output.data());
-    int size = 0;
-    int rest = 0;
-    check(EVP_EncryptInit_ex(context.get(), cipher, nullptr, key.data(), iv.data()) == 1 &&
-              EVP_EncryptUpdate(context.get(), bytes, &size,
-                                reinterpret_cast<const unsigned char*>(text.data()),
-                                static_cast<int>(text.size())) == 1 &&
-              EVP_EncryptFinal_ex(context.get(), bytes + size, &rest) == 1,
-          "the plain text is encrypted");
-    output.resize(static_cast<std::size_t>(size + rest));
-    return output;
-}
-
-std::string inBase64Lines(const std::string& bytes) {
-    constexpr std::size_t kBytesPerLine = 48;
-    std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += kBytesPerLine) {
-        const std::string piece = bytes.substr(at, kBytesPerLine);
-        std::array<unsigned char, kBytesPerLine / 3 * 4 + 1> line{};
-        const int size =
-            EVP_EncodeBlock(line.data(), reinterpret_cast<const unsigned char*>(piece.data()),
-                            static_cast<int>(piece.size()));
-        text.append(line.begin(), line.begin() + size).append("\n");
-    }
-    return text;
-}
-
-std::string sealed(const std::string& text) {
-    const std::array<unsigned char, 8> salt = {1, 2, 3, 4, 5, 6, 7, 8};
-    std::string envelope = "Salted__";
-    envelope.append(salt.begin(), salt.end()).append(encrypted(text, salt.data()));
-    return inBase64Lines(envelope);
-}
-
 void checkRoundTrip(const std::string& text, bool skipSignatureCheck) {
-    const std::string envelope = sealed(text);
+    const std::string envelope = test::sealed(text, kSystemId);
     const Opened opened = open(envelope, skipSignatureCheck);
     if (text.starts_with(expectedStart(skipSignatureCheck))) {
         check(opened == Opened{true, text, ""}, "what was sealed comes out of the envelope");

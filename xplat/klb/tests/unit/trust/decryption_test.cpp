@@ -2,6 +2,7 @@
 
 #include "support/failing_allocation.h"
 #include "support/protected_samples.h"
+#include "support/sealed_envelope.h"
 #include "trust/crypto_library.h"
 
 #include <gtest/gtest.h>
@@ -150,6 +151,26 @@ TEST(DecryptContent, ThrowsWhenMemoryRunsOut) {
         }
         EXPECT_EQ(contentOf(record), test::kEncryptedDocument);
     }
+}
+
+TEST(DecryptContent, LeavesNoPlainTextInFreedMemory) {
+    // So long that it is read in several pieces, with the watched text in each of them.
+    constexpr std::string_view kFeature = R"("a-feature-with-a-long-name":true,)";
+    std::string document = "{";
+    for (int i = 0; i < 1000; ++i) {
+        document += kFeature;
+    }
+    const std::string envelope = test::sealed(document, "System");
+
+    ToggleFileRecord record = recordOf(envelope, true);
+    ToggleFileRecord refused = recordOf(envelope, false);
+    {
+        const test::FreedMemoryWatch watch(kFeature, test::WatchedMemory::OfCryptoLibraryToo);
+        EXPECT_TRUE(decryptContent(record, "System"));
+        EXPECT_FALSE(decryptContent(refused, "System"));
+        EXPECT_EQ(watch.sightings(), 0);
+    }
+    EXPECT_EQ(contentOf(record), document);
 }
 
 TEST(ProtectedCipher, IsABlockCipherWithAnIvAndNoTag) {
