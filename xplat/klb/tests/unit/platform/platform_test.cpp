@@ -19,6 +19,8 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
+#include <system_error>
 #include <thread>
 
 #include <fcntl.h>
@@ -92,6 +94,27 @@ TEST(OpenInputFile, WaitsForAnotherProcessToGiveItsLeaseBack) {
     EXPECT_NE(openInputFile(path), nullptr);
     giveBack.join();
     ::close(holder);
+}
+
+/// The number under which this process has a file open; -1 when it has not.
+int descriptorOf(const std::string& path) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code closedMeanwhile;
+        if (std::filesystem::equivalent(entry.path(), path, closedMeanwhile)) {
+            return std::stoi(entry.path().filename().string());
+        }
+    }
+    return -1;
+}
+
+TEST(OpenInputFile, IsNotInheritedByOtherPrograms) {
+    const TempDirectory directory;
+    const std::string path = directory.write("toggles.json", "0123456789");
+    const auto file = openInputFile(path);
+    ASSERT_NE(file, nullptr);
+    const int descriptor = descriptorOf(path);
+    ASSERT_GE(descriptor, 0);
+    EXPECT_EQ(::fcntl(descriptor, F_GETFD), FD_CLOEXEC);
 }
 
 TEST(OpenInputFile, ReadsNothingWhereReadingFails) {
