@@ -67,7 +67,15 @@ void expectHostFailure(KLB_MessageType type, const std::string& text, Call&& cal
     }
 }
 
-TEST(InitMessageProc, WorksBeforeInit) {
+class InitMessageProc : public testing::Test {
+protected:
+    InitMessageProc() {
+        g_firstCalls = 0;
+        g_secondCalls = 0;
+    }
+};
+
+TEST_F(InitMessageProc, WorksBeforeInit) {
     MessageRecorder recorder;
     EXPECT_FALSE(KLB_GetToggle("/a"));
     EXPECT_EQ(recorder.take(), Messages{error(kGetBeforeInit)});
@@ -76,7 +84,7 @@ TEST(InitMessageProc, WorksBeforeInit) {
     EXPECT_FALSE(KLB_IsInitialized());
 }
 
-TEST(InitMessageProc, WorksAfterInit) {
+TEST_F(InitMessageProc, WorksAfterInit) {
     const LibrarySession session;
     EXPECT_THROW(KLB_GetToggle(""), std::invalid_argument);
     MessageRecorder recorder;
@@ -84,7 +92,7 @@ TEST(InitMessageProc, WorksAfterInit) {
     EXPECT_EQ(recorder.take(), Messages{error(kEmptyKey)});
 }
 
-TEST(InitMessageProc, SurvivesInitAndTerm) {
+TEST_F(InitMessageProc, SurvivesInitAndTerm) {
     MessageRecorder recorder;
     for (int round = 0; round < 3; ++round) {
         {
@@ -98,7 +106,7 @@ TEST(InitMessageProc, SurvivesInitAndTerm) {
     }
 }
 
-TEST(InitMessageProc, InstallingNothingSurvivesInitAndTerm) {
+TEST_F(InitMessageProc, InstallingNothingSurvivesInitAndTerm) {
     KLB_InitMessageProc(&countFirst);
     KLB_InitMessageProc(nullptr);
     {
@@ -109,7 +117,7 @@ TEST(InitMessageProc, InstallingNothingSurvivesInitAndTerm) {
     EXPECT_EQ(g_firstCalls, 0);
 }
 
-TEST(InitMessageProc, ReplacesTheEarlierCallback) {
+TEST_F(InitMessageProc, ReplacesTheEarlierCallback) {
     const LibrarySession session;
     const ScopedCallback first(&countFirst);
     KLB_GetToggle("");
@@ -127,7 +135,7 @@ TEST(InitMessageProc, ReplacesTheEarlierCallback) {
     EXPECT_EQ(g_secondCalls, 2);
 }
 
-TEST(InitMessageProc, SameCallbackAgainCallsItOnce) {
+TEST_F(InitMessageProc, SameCallbackAgainCallsItOnce) {
     const LibrarySession session;
     const ScopedCallback first(&countFirst);
     KLB_InitMessageProc(&countFirst);
@@ -135,7 +143,7 @@ TEST(InitMessageProc, SameCallbackAgainCallsItOnce) {
     EXPECT_EQ(g_firstCalls, 1);
 }
 
-TEST(InitMessageProc, NullMakesTheNextErrorThrow) {
+TEST_F(InitMessageProc, NullMakesTheNextErrorThrow) {
     const LibrarySession session;
     {
         const ScopedCallback first(&countFirst);
@@ -148,7 +156,7 @@ TEST(InitMessageProc, NullMakesTheNextErrorThrow) {
     EXPECT_EQ(g_firstCalls, 1);
 }
 
-TEST(InitMessageProc, NullTwiceIsSilent) {
+TEST_F(InitMessageProc, NullTwiceIsSilent) {
     EXPECT_NO_THROW(KLB_InitMessageProc(nullptr));
     EXPECT_NO_THROW(KLB_InitMessageProc(nullptr));
     EXPECT_THROW(KLB_GetToggle("/a"), std::domain_error);
