@@ -27,8 +27,9 @@ bool isAdded(int result) {
            ERR_GET_REASON(ERR_peek_last_error()) == X509_R_CERT_ALREADY_IN_HASH_TABLE;
 }
 
-/// Trusts every certificate of a PEM text, and minds its revocation lists; nothing of a text that
-/// cannot be read to its end. Nobody is asked for a pass phrase.
+/// Trusts every certificate of a PEM text; nothing of a text that cannot be read to its end. Its
+/// revocation lists go into the store too, where nothing consults them. Nobody is asked for a pass
+/// phrase.
 bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
     const CryptoStreamPtr input = openBytes(pem);
     if (!input) {
