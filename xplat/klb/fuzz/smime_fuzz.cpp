@@ -1,9 +1,13 @@
 // The message inside a protected file. One document was ever signed with the trusted certificate's
-// key, so no message may yield other bytes than these.
+// key, so no message may yield other bytes than these, nor set a toggle without them.
 #include "check.h"
+#include "core/message_reporter.h"
 #include "crypto_surroundings.h"
+#include "registry/toggle_files.h"
+#include "registry/toggles.h"
 #include "support/fake_platform.h"
 #include "support/protected_samples.h"
+#include "support/sealed_envelope.h"
 #include "trust/certificate.h"
 #include "trust/crypto_library.h"
 #include "trust/signature.h"
@@ -50,6 +54,24 @@ x509_st* trustedCertificate() {
     return registry.certificate.get();
 }
 
+int ignoreMessage(KLB_MessageType /*type*/, const char* /*text*/) {
+    return 0;
+}
+
+/// Whether a toggle is on that is off by default and that the signed document switches on.
+bool switchesOn(const std::string& message, test::FakePlatform& platform) {
+    constexpr const char* kSystemId = "System";
+    platform.files[kPath].bytes = test::sealed(message, kSystemId);
+    Registry registry;
+    registry.systemId = kSystemId;
+    registry.platform = &platform.services();
+    setMessageCallback(ignoreMessage);
+    registerToggleFile(registry, KLB_ToggleFileType_Unsupported, "token", kPath);
+    registerToggle(registry, "/a", false, "token", false);
+    setMessageCallback(nullptr);
+    return getToggle(registry, "/a", false);
+}
+
 void testOneInput(const std::string& message) {
     if (message.empty()) {
         // No envelope has an empty message.
@@ -60,6 +82,10 @@ void testOneInput(const std::string& message) {
     platform.files[kCertificatePath].bytes = test::kSignerCertificate;
     check(verified == verify(message, nullptr, platform),
           "it is the same where the certificate comes from");
+    // What begins otherwise does not come out of an envelope.
+    const bool isMessage = message.starts_with("MIME-Version: 1.0");
+    check(switchesOn(message, platform) == (verified.good && isMessage),
+          "a toggle is set by what was signed, and by nothing else");
     if (verified.good) {
         check(verified.content == test::kSampleDocument, "only what was signed is accepted");
         check(verified.error.empty(), "what is accepted is no error");
