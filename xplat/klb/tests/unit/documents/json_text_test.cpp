@@ -58,7 +58,7 @@ TEST(WriteIndented, TakesAStringOfAnySize) {
     writeIndented(document, 1, report);
     EXPECT_EQ(report.finish(), text.size());
     EXPECT_TRUE(text.starts_with(begin));
-    EXPECT_EQ(text.find_first_not_of('x', begin.size()), begin.size() + longText.size());
+    EXPECT_EQ(text.compare(begin.size(), longText.size(), longText), 0);
     EXPECT_EQ(text.substr(begin.size() + longText.size()), std::string(end) + '\0');
 }
 
