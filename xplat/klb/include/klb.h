@@ -60,7 +60,7 @@
 /// text.resize(size == 0 ? 0 : size - 1);
 /// \endcode
 /// Both calls do the whole work. The library keeps the memory of each JSON document that it built,
-/// some 150 bytes for each toggle and each call, until KLB_Term(): make reports when somebody asks
+/// some 130 bytes for each toggle and each call, until KLB_Term(): make reports when somebody asks
 /// for them, not on a timer.
 
 #ifndef KLB_H
