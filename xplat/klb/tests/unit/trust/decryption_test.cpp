@@ -8,6 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <memory>
+#include <string>
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -66,6 +70,18 @@ TEST(DecryptContent, LeavesTheContentWhenItFails) {
         EXPECT_EQ(record.error, c.error);
         EXPECT_EQ(contentOf(record), c.content);
     }
+}
+
+// The crypto library counts a password in an int, and would read beyond the text.
+TEST(DecryptContent, RefusesASystemIdentifierOf2GiB) {
+    constexpr std::size_t kSize = std::size_t{INT_MAX} + 1;
+    // Nobody reads it, so it takes no memory.
+    const std::unique_ptr<char[]> systemId(new char[kSize]);
+    ToggleFileRecord record = recordOf(test::kProtectedFile, false);
+    EXPECT_FALSE(decryptContent(record, {systemId.get(), kSize}));
+    EXPECT_EQ(record.error, "The original KLB file was either corrupted or it was created for a "
+                            "different computer.\n");
+    EXPECT_EQ(contentOf(record), test::kProtectedFile);
 }
 
 TEST(DecryptContent, LeavesTheThreadsErrorQueueAsItWas) {
