@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <system_error>
 
 namespace klb {
@@ -47,10 +48,16 @@ bool followExponentLetter(const char* begin, const char* digits) noexcept {
     return digits != begin && isExponentLetter(digits[-1]);
 }
 
-/// Also says so of what looks like one in a string. One character in ten is enough to meet every
-/// run of ten digits.
+/// Also says so of what looks like one in a string. Exponents matter behind decimals only, and most
+/// documents have no point at all; behind the first one, one character in ten is enough to meet
+/// every run of ten digits.
 bool mayHaveLongExponent(char* begin, char* end) noexcept {
-    char* at = begin;
+    const std::string_view text(begin, static_cast<std::size_t>(end - begin));
+    const std::size_t point = text.find('.');
+    if (point == std::string_view::npos) {
+        return false;
+    }
+    char* at = begin + point;
     while (end - at >= kLongExponent) {
         char* const sample = at + kLongExponent - 1;
         if (!isDigit(*sample)) {

@@ -60,6 +60,8 @@ TEST(LimitExponents, FindsThemWhereverTheyStand) {
         for (const std::string after : {"", "]", ",1", "e", "-", "."}) {
             EXPECT_EQ(limited(before + "0.5e-9999999999" + after),
                       before + "0.5e-0000000000" + after);
+            EXPECT_EQ(limited("[0.5" + before + "0.5e-9999999999" + after),
+                      "[0.5" + before + "0.5e-0000000000" + after);
             EXPECT_EQ(limited(before + "12345,0.5e-9999999999" + after),
                       before + "12345,0.5e-0000000000" + after);
         }
