@@ -2,13 +2,15 @@
 
 #include "documents/document_parser.h"
 #include "documents/parse_errors.h"
-#include "platform/file_content.h"
 #include "trust/crypto_library.h"
 #include "trust/decryption.h"
 #include "trust/signature.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -41,15 +43,35 @@ private:
     ToggleFileRecord& record_;
 };
 
+/// Leaves the file's bytes in the content. A plain file is judged by its first byte before the rest
+/// is read: one that is passed over costs each registration the same, however large it is.
 bool readContent(ToggleFileRecord& record, const Platform& platform) {
     const std::unique_ptr<InputFile> file = platform.openInputFile(record.path);
     if (!file) {
         record.fileMissing = true;
         return false;
     }
-    if (!readWhole(*file, record.content, kMaxFileSize)) {
+    const auto unreadable = [&record] {
         record.error = "UnableToReadFile";
         return false;
+    };
+    const std::optional<std::uint64_t> size = file->size();
+    if (!size || *size > kMaxFileSize) {
+        return unreadable();
+    }
+    std::array<char, 1> first{};
+    const std::size_t judged = isPlain(record.type) && *size >= kMinFileSize ? first.size() : 0;
+    if (file->read(first.data(), judged) != judged) {
+        return unreadable();
+    }
+    if (judged != 0 && first.front() != '{') {
+        return false;
+    }
+    record.content.resize(static_cast<std::size_t>(*size));
+    std::copy_n(first.begin(), judged, record.content.begin());
+    const std::size_t rest = record.content.size() - judged;
+    if (file->read(record.content.data() + judged, rest) != rest) {
+        return unreadable();
     }
     if (record.content.size() < kMinFileSize) {
         record.error = "FileTooSmall";
@@ -61,11 +83,9 @@ bool readContent(ToggleFileRecord& record, const Platform& platform) {
 /// Leaves the document's text in the content: opens the envelope of a protected file. False when
 /// there is none to parse; the record's error may say why.
 bool openContent(ToggleFileRecord& record, std::string_view systemId, const Platform& platform) {
-    if (isPlain(record.type)) {
-        return record.content.front() == '{';
-    }
-    return decryptContent(record, systemId) &&
-           (record.skipSignatureCheck || verifySignature(record, platform));
+    return isPlain(record.type) ||
+           (decryptContent(record, systemId) &&
+            (record.skipSignatureCheck || verifySignature(record, platform)));
 }
 
 const JsonValue* findFirst(const JsonValue& object, const char* name) {

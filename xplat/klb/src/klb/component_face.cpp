@@ -117,8 +117,9 @@ OBXResult KLBMgr::getToggleOfKind(const char* key, std::uint32_t* value, bool dy
     if (key == nullptr || value == nullptr) {
         return kNullArgument;
     }
+    // Before the lock: a caller who waits while the manager is destroyed reads no old value.
+    *value = 0;
     return guarded(this, publication_, kUnexpectedFailure, [&] {
-        *value = 0;
         *value = getToggle(key, dynamic) ? 1 : 0;
         return kSuccess;
     });

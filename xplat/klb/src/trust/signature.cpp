@@ -3,10 +3,10 @@
 #include "trust/crypto_library.h"
 #include "trust/crypto_objects.h"
 #include "trust/error_queue.h"
+#include "trust/message_limits.h"
 #include "trust/trust_store.h"
 
-#include <cstdint>
-
+#include <openssl/asn1t.h>
 #include <openssl/buffer.h>
 #include <openssl/pkcs7.h>
 
@@ -15,6 +15,7 @@ namespace klb {
 namespace {
 
 constexpr std::string_view kCertificateFileName = "mosk.cert.pem";
+constexpr const char* kNotVerified = "Verification failure\n";
 
 /// A sink that takes this many bytes without asking for memory: the crypto library does not look
 /// whether the bytes it verified could be stored.
@@ -29,28 +30,6 @@ CryptoStreamPtr makeSink(std::size_t capacity) {
     return sink;
 }
 
-/// Whether verifying is safe and takes little time. What is asked for here is not covered by the
-/// signature, so anyone can put it into a message.
-bool isFitToVerify(PKCS7* message) {
-    if (!PKCS7_type_is_signed(message) || message->d.sign == nullptr) {
-        return false;
-    }
-    // Each digest becomes a filter that all content runs through, and the filters call one another:
-    // many of them take the time and then the stack. Without any the crypto library frees the
-    // detached content that is not its own.
-    constexpr int kMaxDigests = 16;
-    const int digests = sk_X509_ALGOR_num(message->d.sign->md_algs);
-    if (digests < 1 || digests > kMaxDigests) {
-        return false;
-    }
-    // Each signer is looked for among all certificates of the message, before the crypto library
-    // looks whether any of them is trusted.
-    constexpr std::int64_t kMaxComparisons = 100'000;
-    const std::int64_t signers = sk_PKCS7_SIGNER_INFO_num(message->d.sign->signer_info);
-    const std::int64_t certificates = sk_X509_num(message->d.sign->cert);
-    return signers * certificates <= kMaxComparisons;
-}
-
 TrustStorePtr trustStoreFor(ToggleFileRecord& record, const Platform& platform) {
     if (record.certificate != nullptr) {
         return trustOnly(record.certificate);
@@ -58,21 +37,61 @@ TrustStorePtr trustStoreFor(ToggleFileRecord& record, const Platform& platform) 
     return buildTrustStore(record.error, certificatePathFor(record.path), platform);
 }
 
+/// Overwrites an encoded message, in which the content may be, then frees it.
+struct EncodedMessageDeleter {
+    void operator()(ASN1_STRING* message) const noexcept {
+        OPENSSL_cleanse(message->data, static_cast<std::size_t>(message->length));
+        ASN1_STRING_free(message);
+    }
+};
+using EncodedMessagePtr = std::unique_ptr<ASN1_STRING, EncodedMessageDeleter>;
+
+struct Message {
+    SignedDataPtr signedData;
+    /// The content when it is not in the signed data.
+    CryptoStreamPtr detachedContent;
+};
+
+/// The message in an S/MIME text; without signed data, and with a line of diagnostics, when there
+/// is none to verify.
+Message readMessage(const std::vector<char>& text, std::string& diagnostics) {
+    Message message;
+    const CryptoStreamPtr input = openBytes(text);
+    if (!input) {
+        diagnostics += "Can't create input bio mem buff\n";
+        return message;
+    }
+    if (!hasShortHeaders({text.data(), text.size()})) {
+        diagnostics += kNotVerified;
+        return message;
+    }
+    BIO* detached = nullptr;
+    const EncodedMessagePtr encoded(reinterpret_cast<ASN1_STRING*>(
+        SMIME_read_ASN1(input.get(), &detached, ASN1_ITEM_rptr(ASN1_SEQUENCE))));
+    message.detachedContent.reset(detached);
+    if (encoded) {
+        const unsigned char* bytes = encoded->data;
+        if (!isFitToDecode({reinterpret_cast<const char*>(bytes),
+                            static_cast<std::size_t>(encoded->length)})) {
+            diagnostics += kNotVerified;
+            return message;
+        }
+        message.signedData.reset(d2i_PKCS7(nullptr, &bytes, encoded->length));
+    }
+    if (!message.signedData) {
+        diagnostics += "Error reading S/MIME message\n";
+    }
+    return message;
+}
+
 /// The signed bytes; null and a line of diagnostics when they are not to be trusted.
 CryptoStreamPtr verify(ToggleFileRecord& record, const Platform& platform,
                        std::string& diagnostics) {
-    const CryptoStreamPtr input = openBytes(record.content);
-    if (!input) {
-        diagnostics += "Can't create input bio mem buff\n";
+    const Message message = readMessage(record.content, diagnostics);
+    if (!message.signedData) {
         return nullptr;
     }
-    BIO* detached = nullptr;
-    const SignedDataPtr message(SMIME_read_PKCS7(input.get(), &detached));
-    const CryptoStreamPtr detachedContent(detached);
-    if (!message) {
-        diagnostics += "Error reading S/MIME message\n";
-        return nullptr;
-    }
+    BIO* const detached = message.detachedContent.get();
     CryptoStreamPtr output =
         makeSink(detached != nullptr ? BIO_ctrl_pending(detached) : record.content.size());
     if (!output) {
@@ -85,10 +104,10 @@ CryptoStreamPtr verify(ToggleFileRecord& record, const Platform& platform,
         diagnostics += "setup_verify error\n";
         return nullptr;
     }
-    if (!isFitToVerify(message.get()) ||
-        PKCS7_verify(message.get(), nullptr, store.get(), detachedContent.get(), output.get(), 0) !=
-            1) {
-        diagnostics += "Verification failure\n";
+    PKCS7* const signedData = message.signedData.get();
+    if (!isFitToVerify(signedData) ||
+        PKCS7_verify(signedData, nullptr, store.get(), detached, output.get(), 0) != 1) {
+        diagnostics += kNotVerified;
         return nullptr;
     }
     return output;

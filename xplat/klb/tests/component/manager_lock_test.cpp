@@ -195,6 +195,32 @@ TEST(ManagerLock, IsAwaitedByEveryToggleOperation) {
     }
 }
 
+TEST(ManagerLock, AValueAskedForWhileTheManagerIsDestroyedIsZero) {
+    Publication published;
+    IKLBManager& manager = *published.manager;
+    ASSERT_EQ(manager.RegisterToggle("/s", 1, "t"), 0);
+    ASSERT_EQ(manager.RegisterDynamicToggle("/d", 1, "t"), 0);
+    uint32_t value = 7;
+    uint32_t dynamicValue = 7;
+    std::vector<std::unique_ptr<Entrant>> waiting;
+    published.framework.onCall([&](const std::string& call) {
+        if (call.starts_with("singletons.UnregisterSingleton")) {
+            waiting.push_back(std::make_unique<Entrant>(
+                [&] { EXPECT_EQ(codeOf(manager.GetToggle("/s", &value)), kUnexpected); }));
+            waiting.push_back(std::make_unique<Entrant>([&] {
+                EXPECT_EQ(codeOf(manager.GetDynamicToggle("/d", &dynamicValue)), kUnexpected);
+            }));
+            // They wait for the lock that KLB_Term has.
+            std::this_thread::sleep_for(kWatch);
+        }
+    });
+    KLB_Term();
+    ASSERT_EQ(waiting.size(), 2U);
+    waiting.clear();
+    EXPECT_EQ(value, 0U);
+    EXPECT_EQ(dynamicValue, 0U);
+}
+
 TEST(ManagerLock, KeepsCallsByTheFaceAndByTheExportsWhole) {
     constexpr int kRounds = 100;
     Publication published;

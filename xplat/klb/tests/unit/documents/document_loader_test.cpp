@@ -148,6 +148,40 @@ TEST_F(LoadToggleDocument, AFileThatIsNoPlainDocumentIsReadAgain) {
     EXPECT_NE(load(), nullptr);
 }
 
+TEST_F(LoadToggleDocument, AFileThatIsNoPlainDocumentIsReadNoFurtherThanItsFirstByte) {
+    for (const KLB_ToggleFileType type :
+         {KLB_ToggleFileType_Supported, KLB_ToggleFileType_Override}) {
+        record.type = type;
+        file() = {.bytes = "x", .claimedSize = INT32_MAX};
+        EXPECT_EQ(load(), nullptr);
+        EXPECT_EQ(load(), nullptr);
+        EXPECT_EQ(file().opened, 2);
+        EXPECT_EQ(file().bytesRead, 2U);
+        EXPECT_EQ(record.error, "");
+    }
+}
+
+TEST_F(LoadToggleDocument, AFileTooLargeOrTooSmallIsAnErrorWhateverItBeginsWith) {
+    const struct {
+        FakeFile file;
+        const char* error;
+    } cases[] = {
+        {{.bytes = "x", .claimedSize = std::uint64_t{INT32_MAX} + 1}, "UnableToReadFile"},
+        {{.bytes = "", .claimedSize = 10}, "UnableToReadFile"},
+        {{.bytes = "{", .claimedSize = 10}, "UnableToReadFile"},
+        {{.bytes = "", .claimedSize = 9}, "UnableToReadFile"},
+        {{.bytes = "xxxxxxxxx"}, "FileTooSmall"},
+        {{.bytes = "{\"a\":0}"}, "FileTooSmall"},
+        {{.bytes = ""}, "FileTooSmall"},
+    };
+    for (const auto& c : cases) {
+        record.error.clear();
+        file() = c.file;
+        EXPECT_EQ(load(), nullptr);
+        EXPECT_EQ(record.error, c.error);
+    }
+}
+
 TEST_F(LoadToggleDocument, TheTreeIsFeaturesOrElseTheRoot) {
     ASSERT_NE(load(), nullptr);
     EXPECT_EQ(record.document->toggleTree, &record.document->root["features"]);

@@ -24,11 +24,16 @@ public:
     }
 
     std::size_t read(char* buffer, std::size_t count) override {
-        return file_.bytes.copy(buffer, count);
+        const std::size_t begin = std::min(position_, file_.bytes.size());
+        const std::size_t copied = file_.bytes.copy(buffer, count, begin);
+        position_ = begin + copied;
+        file_.bytesRead += copied;
+        return copied;
     }
 
 private:
     FakeFile& file_;
+    std::size_t position_ = 0;
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "platform/platform.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -19,8 +20,9 @@ struct FakeFile {
     bool sizeUnknown = false;
     /// Runs when the size was told and nothing is read yet.
     std::function<void(FakeFile&)> afterSize = nullptr;
-    /// How often it was opened.
+    /// How often it was opened, and how many of its bytes were read.
     int opened = 0;
+    std::size_t bytesRead = 0;
 };
 
 /// Services that answer what a test wants. One at a time; the Platform it gives is valid during its

@@ -43,6 +43,15 @@ std::string encrypted(std::string_view text, std::string_view password, const un
     return output;
 }
 
+} // namespace
+
+std::string sealed(std::string_view text, std::string_view systemId) {
+    const std::array<unsigned char, 8> salt = {1, 2, 3, 4, 5, 6, 7, 8};
+    std::string envelope = "Salted__";
+    envelope.append(salt.begin(), salt.end()).append(encrypted(text, systemId, salt.data()));
+    return inBase64Lines(envelope);
+}
+
 std::string inBase64Lines(std::string_view bytes) {
     constexpr std::size_t kBytesPerLine = 48;
     std::string text;
@@ -54,15 +63,6 @@ std::string inBase64Lines(std::string_view bytes) {
         text.append(line.begin(), line.begin() + size).append("\n");
     }
     return text;
-}
-
-} // namespace
-
-std::string sealed(std::string_view text, std::string_view systemId) {
-    const std::array<unsigned char, 8> salt = {1, 2, 3, 4, 5, 6, 7, 8};
-    std::string envelope = "Salted__";
-    envelope.append(salt.begin(), salt.end()).append(encrypted(text, systemId, salt.data()));
-    return inBase64Lines(envelope);
 }
 
 } // namespace klb::test

@@ -10,6 +10,9 @@ namespace klb::test {
 /// Throws std::runtime_error when the crypto library fails.
 std::string sealed(std::string_view text, std::string_view systemId);
 
+/// The base64 text of these bytes, in lines of 64 characters.
+std::string inBase64Lines(std::string_view bytes);
+
 } // namespace klb::test
 
 #endif

@@ -96,9 +96,9 @@ TEST_F(VerifySignature, ACertificateFileThatCannotBeReadIsNotReported) {
     EXPECT_EQ(verifyWith({.bytes = pem, .sizeUnknown = true}), "Verification failure\n");
 }
 
-TEST_F(VerifySignature, ACertificateFileMayHaveSixteenMebibytes) {
+TEST_F(VerifySignature, ACertificateFileMayHaveAMebibyte) {
     std::string& bytes = platform.files[kCertificatePath].bytes;
-    bytes.resize(16 * 1024 * 1024, '\n');
+    bytes.resize(1024 * 1024, '\n');
     ToggleFileRecord record = recordOf(test::kSignedDocument);
     EXPECT_TRUE(verifySignature(record, platform.services()));
 
@@ -114,43 +114,6 @@ std::string textOf(PKCS7* message) {
     char* bytes = nullptr;
     const long size = BIO_get_mem_data(output.get(), &bytes);
     return {bytes, static_cast<std::size_t>(size)};
-}
-
-/// The signed document with its certificate and its signature several times.
-std::string signedDocumentWith(int signatures, int certificates) {
-    const CryptoStreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
-    const SignedDataPtr message(SMIME_read_PKCS7(input.get(), nullptr));
-    PKCS7_SIGNER_INFO* signature =
-        sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(message.get()), 0);
-    for (int i = 1; i < signatures; ++i) {
-        auto* copy = static_cast<PKCS7_SIGNER_INFO*>(
-            ASN1_item_dup(ASN1_ITEM_rptr(PKCS7_SIGNER_INFO), signature));
-        EXPECT_EQ(PKCS7_add_signer(message.get(), copy), 1);
-    }
-    X509* certificate = sk_X509_value(message->d.sign->cert, 0);
-    for (int i = 1; i < certificates; ++i) {
-        EXPECT_EQ(PKCS7_add_certificate(message.get(), certificate), 1);
-    }
-    const CryptoStreamPtr output(BIO_new(BIO_s_mem()));
-    EXPECT_EQ(SMIME_write_PKCS7(output.get(), message.get(), nullptr, 0), 1);
-    char* bytes = nullptr;
-    const long size = BIO_get_mem_data(output.get(), &bytes);
-    return {bytes, static_cast<std::size_t>(size)};
-}
-
-TEST_F(VerifySignature, RefusesAMessageThatTakesTooManyComparisons) {
-    struct Case {
-        int signatures;
-        int certificates;
-        bool accepted;
-    };
-    for (const Case& c :
-         {Case{1, 1, true}, Case{30, 20, true}, Case{100, 1000, true}, Case{101, 1000, false}}) {
-        SCOPED_TRACE(c.signatures);
-        ToggleFileRecord record = recordOf(signedDocumentWith(c.signatures, c.certificates));
-        EXPECT_EQ(verifySignature(record, platform.services()), c.accepted);
-        EXPECT_EQ(record.error, c.accepted ? "" : "Verification failure\n");
-    }
 }
 
 /// The signed document with its digest algorithm that many times.
@@ -212,9 +175,9 @@ TEST_F(VerifySignature, RefusesSignedDataThatIsNotThere) {
     EXPECT_EQ(record.error, "Verification failure\n");
 }
 
-TEST_F(VerifySignature, ACertificateFileMayHaveAThousandEntries) {
+TEST_F(VerifySignature, ACertificateFileMayHaveTwoHundredEntries) {
     std::string pem;
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 200; ++i) {
         pem += test::kSignerCertificate;
     }
     platform.files[kCertificatePath].bytes = pem;
