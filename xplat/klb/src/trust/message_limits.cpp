@@ -1,8 +1,11 @@
 #include "trust/message_limits.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include <openssl/asn1.h>
 #include <openssl/objects.h>
@@ -13,14 +16,21 @@ namespace klb {
 namespace {
 
 constexpr std::size_t kMaxHeaderSize = 16 * 1024;
-constexpr int kMaxBoundaries = 8;
+constexpr std::size_t kMaxBoundaries = 8;
+constexpr int kMaxParts = 8;
 constexpr std::size_t kMaxSizeAroundContent = 128 * 1024;
 constexpr int kMaxCertificates = 64;
-constexpr int kMaxSigners = 64;
+constexpr int kMaxSigners = 16;
 constexpr int kMaxDigests = 16;
 constexpr int kMaxRelativePoints = 2;
+constexpr int kMaxNames = 32;
+constexpr int kMaxNameConstraints = 16;
+constexpr int kMaxDepth = 8;
+// Those of content and of certificates: libcrypto verifies the chain of each signer anew.
+constexpr int kMaxVerifications = 32;
+// Anything else than signed data.
+constexpr std::size_t kMaxUnknownSize = 8 * 1024;
 
-// libcrypto takes the rest of a longer line for a line of its own.
 constexpr std::size_t kMaxLineSize = 1023;
 
 /// 1.2.840.10045.1, the field of a curve that a key describes instead of naming it.
@@ -39,10 +49,10 @@ public:
         return readHeader(at, header) && header.tag == tag && header.tagClass == tagClass;
     }
 
-    /// Goes on with what is inside the next element.
+    /// Goes on with what is inside the next element; false when there is none.
     bool enter() noexcept {
         Header header;
-        if (!readHeader(at_, header)) {
+        if (isAtEnd() || !readHeader(at_, header)) {
             return false;
         }
         if (!header.endIsMarked) {
@@ -57,20 +67,23 @@ public:
         std::size_t openElements = 0;
         do {
             Header header;
-            if (!readHeader(at_, header)) {
-                return 0;
-            }
-            if (header.endIsMarked) {
-                ++openElements;
-            } else if (!header.isEndMark()) {
-                at_ += header.length;
-            } else if (openElements == 0) {
-                return 0;
-            } else {
+            if (openElements > 0 && isAtEndMark()) {
                 --openElements;
+                at_ += kEndMark.size();
+            } else if (isAtEnd() || !readHeader(at_, header)) {
+                return 0;
+            } else if (header.endIsMarked) {
+                ++openElements;
+            } else {
+                at_ += header.length;
             }
         } while (openElements > 0);
         return static_cast<std::size_t>(at_ - begin);
+    }
+
+    /// Whether there is no further element where the reader is.
+    bool isAtEnd() const noexcept {
+        return at_ == end_ || isAtEndMark();
     }
 
 private:
@@ -79,11 +92,14 @@ private:
         int tagClass = 0;
         long length = 0;
         bool endIsMarked = false;
-
-        bool isEndMark() const noexcept {
-            return tag == V_ASN1_EOC && tagClass == V_ASN1_UNIVERSAL && length == 0;
-        }
     };
+
+    static constexpr std::array<unsigned char, 2> kEndMark{};
+
+    bool isAtEndMark() const noexcept {
+        return static_cast<std::size_t>(end_ - at_) >= kEndMark.size() &&
+               std::equal(kEndMark.begin(), kEndMark.end(), at_);
+    }
 
     bool readHeader(const unsigned char*& at, Header& header) const noexcept {
         const int form = ASN1_get_object(&at, &header.length, &header.tag, &header.tagClass,
@@ -96,6 +112,73 @@ private:
     const unsigned char* end_;
 };
 
+/// What a line of a text is to libcrypto, which takes the rest of a long one for a line of its own.
+class LineReader {
+public:
+    explicit LineReader(std::string_view text) noexcept : rest_(text) {}
+
+    bool next() noexcept {
+        beginsLine_ = line_.empty() || line_.ends_with('\n');
+        const std::size_t end = rest_.substr(0, kMaxLineSize).find('\n');
+        line_ = rest_.substr(0, end != std::string_view::npos ? end + 1 : kMaxLineSize);
+        rest_.remove_prefix(line_.size());
+        return !line_.empty();
+    }
+    std::string_view line() const noexcept {
+        return line_;
+    }
+    /// libcrypto ends headers at more lines than these, at these in any case.
+    bool isEmptyLine() const noexcept {
+        return beginsLine_ && (line_[0] == '\r' || line_[0] == '\n' || line_[0] == '\0');
+    }
+
+private:
+    std::string_view rest_;
+    std::string_view line_;
+    bool beginsLine_ = true;
+};
+
+char lowerCase(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// Adds what the boundary that a line of headers names begins with. What is quoted may go on.
+void addBoundaries(std::string_view line, std::vector<std::string_view>& boundaries) {
+    constexpr std::string_view kName = "boundary";
+    constexpr std::string_view kSpace = " \t\v\f";
+    constexpr std::string_view kEnd(" \t\v\f\";\r\n\0", 9);
+    const auto skip = [&line](std::string_view characters) {
+        line.remove_prefix(std::min(line.find_first_not_of(characters), line.size()));
+    };
+    while (true) {
+        const auto found =
+            std::search(line.begin(), line.end(), kName.begin(), kName.end(),
+                        [](char one, char other) { return lowerCase(one) == other; });
+        if (found == line.end()) {
+            return;
+        }
+        line.remove_prefix(static_cast<std::size_t>(found - line.begin()) + kName.size());
+        skip(" \t\v\f\"");
+        if (line.starts_with('=')) {
+            line.remove_prefix(1);
+            skip(kSpace);
+            line.remove_prefix(line.starts_with('"') ? 1 : 0);
+            boundaries.push_back(line.substr(0, line.find_first_of(kEnd)));
+        }
+    }
+}
+
+template <class Extension, void (*freeExtension)(Extension*)>
+auto extensionOf(X509* certificate, int type) noexcept {
+    struct Deleter {
+        void operator()(Extension* extension) const noexcept {
+            freeExtension(extension);
+        }
+    };
+    return std::unique_ptr<Extension, Deleter>(
+        static_cast<Extension*>(X509_get_ext_d2i(certificate, type, nullptr, nullptr)));
+}
+
 /// What libcrypto decodes of a message.
 struct Outline {
     std::size_t contentSize = 0;
@@ -104,15 +187,16 @@ struct Outline {
     bool isNested = false;
 };
 
-Outline outlineOf(std::string_view message) noexcept {
-    Outline outline;
+/// None of what does not look like signed data.
+std::optional<Outline> outlineOf(std::string_view message) noexcept {
     ElementReader reader(message);
     const bool isSigned = reader.enter() && reader.skip() != 0 &&                   // type
                           reader.enter() && reader.enter() && reader.skip() != 0 && // version
                           reader.skip() != 0;                                       // digests
     if (!isSigned) {
-        return outline;
+        return std::nullopt;
     }
+    Outline outline;
     ElementReader content = reader;
     if (content.enter() && content.skip() != 0 && content.enter()) {
         outline.isNested = !content.isNext(V_ASN1_OCTET_STRING, V_ASN1_UNIVERSAL);
@@ -122,47 +206,66 @@ Outline outlineOf(std::string_view message) noexcept {
         while (reader.skip() != 0) {
             ++outline.certificates;
         }
+        if (!reader.isAtEnd()) {
+            return std::nullopt;
+        }
     }
     return outline;
 }
 
 } // namespace
 
-bool hasShortHeaders(std::string_view text) noexcept {
+Fitness fitnessOfText(std::string_view text) {
+    LineReader reader(text);
+    std::vector<std::string_view> boundaries;
+    std::size_t headerSize = 0;
     bool isInHeaders = true;
-    bool beginsLine = true;
-    std::size_t size = 0;
-    int boundaries = 0;
-    while (!text.empty()) {
-        const std::size_t lineEnd = text.substr(0, kMaxLineSize).find('\n');
-        const std::string_view line =
-            text.substr(0, lineEnd != std::string_view::npos ? lineEnd + 1 : kMaxLineSize);
-        text.remove_prefix(line.size());
-        if (line.starts_with("--")) {
-            // The content follows the first one, headers may follow any other.
-            if (++boundaries > 1 && !isInHeaders) {
-                isInHeaders = true;
-                size = 0;
+    int parts = 0;
+    while (reader.next()) {
+        const std::string_view line = reader.line();
+        if (isInHeaders && reader.isEmptyLine()) {
+            if (headerSize > kMaxHeaderSize || boundaries.size() > kMaxBoundaries) {
+                return Fitness::kTooLarge;
             }
-        } else if (beginsLine && (line == "\n" || line == "\r\n")) {
+            if (boundaries.empty()) {
+                return Fitness::kFit;
+            }
             isInHeaders = false;
+            headerSize = 0;
+        } else if (isInHeaders) {
+            headerSize += line.size();
+            if (parts == 0) {
+                addBoundaries(line, boundaries);
+            }
         }
-        size += line.size();
-        if (boundaries > kMaxBoundaries || (isInHeaders && size > kMaxHeaderSize)) {
-            return false;
+        const bool beginsPart =
+            (parts > 0 || !isInHeaders) && line.starts_with("--") &&
+            std::any_of(boundaries.begin(), boundaries.end(), [&](std::string_view boundary) {
+                return line.substr(2).starts_with(boundary);
+            });
+        if (beginsPart) {
+            // The content follows on the first one.
+            isInHeaders = ++parts > 1;
         }
-        beginsLine = line.ends_with('\n');
+        if (parts > kMaxParts) {
+            return Fitness::kUnreadable;
+        }
     }
-    return true;
+    return headerSize > kMaxHeaderSize ? Fitness::kUnreadable : Fitness::kFit;
 }
 
-bool isFitToDecode(std::string_view message) noexcept {
-    const Outline outline = outlineOf(message);
-    return !outline.isNested && message.size() - outline.contentSize <= kMaxSizeAroundContent &&
-           outline.certificates <= kMaxCertificates && namesItsCurve(message);
+Fitness fitnessOfMessage(std::string_view message) noexcept {
+    const std::optional<Outline> outline = outlineOf(message);
+    if (!outline) {
+        return message.size() > kMaxUnknownSize ? Fitness::kUnreadable : Fitness::kFit;
+    }
+    const bool isFit = !outline->isNested && outline->certificates <= kMaxCertificates &&
+                       message.size() - outline->contentSize <= kMaxSizeAroundContent &&
+                       namesItsCurves(message);
+    return isFit ? Fitness::kFit : Fitness::kTooLarge;
 }
 
-bool namesItsCurve(std::string_view encoding) noexcept {
+bool namesItsCurves(std::string_view encoding) noexcept {
     return encoding.find(kFieldType) == std::string_view::npos;
 }
 
@@ -180,21 +283,16 @@ bool isFitToVerify(PKCS7* message) noexcept {
         return false;
     }
     for (int i = 0; i < sk_X509_num(data.cert); ++i) {
-        if (!hasFewRelativePoints(sk_X509_value(data.cert, i))) {
+        if (!isFitToVerify(sk_X509_value(data.cert, i))) {
             return false;
         }
     }
     return true;
 }
 
-bool hasFewRelativePoints(X509* certificate) noexcept {
-    struct Deleter {
-        void operator()(CRL_DIST_POINTS* points) const noexcept {
-            CRL_DIST_POINTS_free(points);
-        }
-    };
-    const std::unique_ptr<CRL_DIST_POINTS, Deleter> points(static_cast<CRL_DIST_POINTS*>(
-        X509_get_ext_d2i(certificate, NID_crl_distribution_points, nullptr, nullptr)));
+bool isFitToVerify(X509* certificate) noexcept {
+    const auto points = extensionOf<CRL_DIST_POINTS, CRL_DIST_POINTS_free>(
+        certificate, NID_crl_distribution_points);
     int relativePoints = 0;
     for (int i = 0; i < sk_DIST_POINT_num(points.get()); ++i) {
         const DIST_POINT_NAME* name = sk_DIST_POINT_value(points.get(), i)->distpoint;
@@ -202,7 +300,24 @@ bool hasFewRelativePoints(X509* certificate) noexcept {
             ++relativePoints;
         }
     }
-    return relativePoints <= kMaxRelativePoints;
+    const auto otherNames =
+        extensionOf<GENERAL_NAMES, GENERAL_NAMES_free>(certificate, NID_subject_alt_name);
+    const int names = X509_NAME_entry_count(X509_get_subject_name(certificate)) +
+                      std::max(0, sk_GENERAL_NAME_num(otherNames.get()));
+    const auto constraints =
+        extensionOf<NAME_CONSTRAINTS, NAME_CONSTRAINTS_free>(certificate, NID_name_constraints);
+    const int nameConstraints =
+        !constraints ? 0
+                     : std::max(0, sk_GENERAL_SUBTREE_num(constraints->permittedSubtrees)) +
+                           std::max(0, sk_GENERAL_SUBTREE_num(constraints->excludedSubtrees));
+    return relativePoints <= kMaxRelativePoints && names <= kMaxNames &&
+           nameConstraints <= kMaxNameConstraints;
+}
+
+int maxDepthFor(PKCS7* message) noexcept {
+    // The content's verification and that of the signer's own certificate come on top.
+    const int signers = std::max(1, sk_PKCS7_SIGNER_INFO_num(PKCS7_get_signer_info(message)));
+    return std::min(kMaxDepth, kMaxVerifications / signers - 2);
 }
 
 } // namespace klb

@@ -12,22 +12,31 @@ namespace klb {
 // has chosen it. They refuse what would keep libcrypto busy for longer than a file of its size
 // should, and nothing that people make. docs/limits.md has the reason for each limit.
 
-/// Whether the headers of an S/MIME text, before its parts and in front of each, are short.
-bool hasShortHeaders(std::string_view text) noexcept;
+enum class Fitness {
+    kFit,
+    /// libcrypto could not read it either.
+    kUnreadable,
+    kTooLarge,
+};
 
-/// Whether an encoded message is small but for its content, and its certificates are few.
-bool isFitToDecode(std::string_view message) noexcept;
+/// Whether the headers of an S/MIME text and of its signature are short, and its parts few.
+Fitness fitnessOfText(std::string_view text);
 
-/// Whether a decoded certificate, revocation list or key has been kept from describing a curve of
-/// its own.
-bool namesItsCurve(std::string_view encoding) noexcept;
+/// Whether an encoded message is small but for its content, with few certificates.
+Fitness fitnessOfMessage(std::string_view message) noexcept;
+
+/// Whether no key in an encoded certificate, message or key describes its curve. Of a key that does
+/// libcrypto would decompress the points, on a curve that is chosen to make it take long.
+bool namesItsCurves(std::string_view encoding) noexcept;
 
 /// Whether a decoded message has signed data, and few of all that libcrypto multiplies.
 bool isFitToVerify(PKCS7* message) noexcept;
 
-/// Whether few of a certificate's distribution points go on with its issuer's name, of which
-/// libcrypto makes a copy for each.
-bool hasFewRelativePoints(X509* certificate) noexcept;
+/// Whether a certificate has few of what libcrypto multiplies with something of another one.
+bool isFitToVerify(X509* certificate) noexcept;
+
+/// How many certificates may stand between that of each signer and a trusted one.
+int maxDepthFor(PKCS7* message) noexcept;
 
 } // namespace klb
 

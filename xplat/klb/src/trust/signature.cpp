@@ -15,6 +15,7 @@ namespace klb {
 namespace {
 
 constexpr std::string_view kCertificateFileName = "mosk.cert.pem";
+constexpr const char* kUnreadable = "Error reading S/MIME message\n";
 constexpr const char* kNotVerified = "Verification failure\n";
 
 /// A sink that takes this many bytes without asking for memory: the crypto library does not look
@@ -52,6 +53,14 @@ struct Message {
     CryptoStreamPtr detachedContent;
 };
 
+/// Whether libcrypto is to go on; a line of diagnostics when it is not.
+bool check(Fitness fitness, std::string& diagnostics) {
+    if (fitness != Fitness::kFit) {
+        diagnostics += fitness == Fitness::kTooLarge ? kNotVerified : kUnreadable;
+    }
+    return fitness == Fitness::kFit;
+}
+
 /// The message in an S/MIME text; without signed data, and with a line of diagnostics, when there
 /// is none to verify.
 Message readMessage(const std::vector<char>& text, std::string& diagnostics) {
@@ -61,25 +70,26 @@ Message readMessage(const std::vector<char>& text, std::string& diagnostics) {
         diagnostics += "Can't create input bio mem buff\n";
         return message;
     }
-    if (!hasShortHeaders({text.data(), text.size()})) {
-        diagnostics += kNotVerified;
+    if (!check(fitnessOfText({text.data(), text.size()}), diagnostics)) {
         return message;
     }
     BIO* detached = nullptr;
     const EncodedMessagePtr encoded(reinterpret_cast<ASN1_STRING*>(
         SMIME_read_ASN1(input.get(), &detached, ASN1_ITEM_rptr(ASN1_SEQUENCE))));
     message.detachedContent.reset(detached);
-    if (encoded) {
-        const unsigned char* bytes = encoded->data;
-        if (!isFitToDecode({reinterpret_cast<const char*>(bytes),
-                            static_cast<std::size_t>(encoded->length)})) {
-            diagnostics += kNotVerified;
-            return message;
-        }
-        message.signedData.reset(d2i_PKCS7(nullptr, &bytes, encoded->length));
+    if (!encoded) {
+        diagnostics += kUnreadable;
+        return message;
     }
+    const unsigned char* bytes = encoded->data;
+    const std::string_view encoding(reinterpret_cast<const char*>(bytes),
+                                    static_cast<std::size_t>(encoded->length));
+    if (!check(fitnessOfMessage(encoding), diagnostics)) {
+        return message;
+    }
+    message.signedData.reset(d2i_PKCS7(nullptr, &bytes, encoded->length));
     if (!message.signedData) {
-        diagnostics += "Error reading S/MIME message\n";
+        diagnostics += kUnreadable;
     }
     return message;
 }
@@ -106,6 +116,7 @@ CryptoStreamPtr verify(ToggleFileRecord& record, const Platform& platform,
     }
     PKCS7* const signedData = message.signedData.get();
     if (!isFitToVerify(signedData) ||
+        X509_STORE_set_depth(store.get(), maxDepthFor(signedData)) != 1 ||
         PKCS7_verify(signedData, nullptr, store.get(), detached, output.get(), 0) != 1) {
         diagnostics += kNotVerified;
         return nullptr;

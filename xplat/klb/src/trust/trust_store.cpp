@@ -3,7 +3,12 @@
 #include "platform/file_content.h"
 #include "trust/message_limits.h"
 
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
 #include <openssl/err.h>
+#include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
@@ -15,15 +20,27 @@ namespace {
 constexpr std::uint64_t kMaxCertificateFileSize = 1024 * 1024;
 constexpr int kMaxCertificateFileEntries = 200;
 
-// Without a pass phrase at hand libcrypto would ask for one at the terminal.
-char noPassPhrase[] = "";
-
-struct PemEntriesDeleter {
-    void operator()(STACK_OF(X509_INFO) * entries) const noexcept {
-        sk_X509_INFO_pop_free(entries, X509_INFO_free);
+struct RevocationListDeleter {
+    void operator()(X509_CRL* list) const noexcept {
+        X509_CRL_free(list);
     }
 };
-using PemEntriesPtr = std::unique_ptr<STACK_OF(X509_INFO), PemEntriesDeleter>;
+
+/// One entry of a PEM text. libcrypto's own reading of a whole text decodes keys as well, which can
+/// take it any time.
+struct PemEntry {
+    CryptoMemoryPtr name;
+    CryptoMemoryPtr header;
+    CryptoMemoryPtr bytes;
+    long size = 0;
+
+    bool is(std::string_view type) const noexcept {
+        return static_cast<const char*>(name.get()) == type;
+    }
+    std::string_view encoding() const noexcept {
+        return {static_cast<const char*>(bytes.get()), static_cast<std::size_t>(size)};
+    }
+};
 
 /// In the earlier series, adding what is there already is a failure.
 bool isAdded(int result) {
@@ -31,64 +48,88 @@ bool isAdded(int result) {
            ERR_GET_REASON(ERR_peek_last_error()) == X509_R_CERT_ALREADY_IN_HASH_TABLE;
 }
 
-/// Whether libcrypto decodes what is in a PEM text in little time. Says so of an entry that cannot
-/// be read, too: it ends the text here and makes it useless there.
-bool isFitToRead(const std::vector<char>& pem) {
-    const CryptoStreamPtr input = openBytes(pem);
+/// The next entry of a text; none at its end and where it is damaged.
+std::optional<PemEntry> nextEntry(BIO* text) {
     char* name = nullptr;
     char* header = nullptr;
     unsigned char* bytes = nullptr;
-    long size = 0;
-    for (int entries = 0; input && PEM_read_bio(input.get(), &name, &header, &bytes, &size) == 1;
-         ++entries) {
-        const CryptoMemoryPtr ownedName(name);
-        const CryptoMemoryPtr ownedHeader(header);
-        const CryptoMemoryPtr ownedBytes(bytes);
-        EVP_CIPHER_INFO cipher{};
-        const bool isReadable = PEM_get_EVP_CIPHER_INFO(header, &cipher) == 1 &&
-                                PEM_do_header(&cipher, bytes, &size, nullptr, noPassPhrase) == 1;
-        if (entries == kMaxCertificateFileEntries ||
-            (isReadable && !namesItsCurve({reinterpret_cast<const char*>(bytes),
-                                           static_cast<std::size_t>(size)}))) {
-            return false;
-        }
+    PemEntry entry;
+    if (PEM_read_bio(text, &name, &header, &bytes, &entry.size) != 1) {
+        return std::nullopt;
     }
-    return true;
+    entry.name.reset(name);
+    entry.header.reset(header);
+    entry.bytes.reset(bytes);
+    return entry;
+}
+
+/// Makes an entry that is encrypted readable, if it can be without a pass phrase. Nobody is asked
+/// for one at the terminal.
+bool decrypt(PemEntry& entry) {
+    char noPassPhrase[] = "";
+    EVP_CIPHER_INFO cipher{};
+    return PEM_get_EVP_CIPHER_INFO(static_cast<char*>(entry.header.get()), &cipher) == 1 &&
+           PEM_do_header(&cipher, static_cast<unsigned char*>(entry.bytes.get()), &entry.size,
+                         nullptr, noPassPhrase) == 1;
+}
+
+/// What a PEM text trusts.
+struct Trusted {
+    std::vector<CertificatePtr> certificates;
+    /// Nothing consults them, but one that is damaged voids the text.
+    std::vector<std::unique_ptr<X509_CRL, RevocationListDeleter>> revocationLists;
+};
+
+/// Adds what an entry trusts, if it is of a kind that can; false when it is damaged, or fit to keep
+/// libcrypto busy.
+bool addEntry(PemEntry& entry, Trusted& trusted) {
+    const bool isTrusted = entry.is(PEM_STRING_X509_TRUSTED);
+    const bool isCertificate =
+        isTrusted || entry.is(PEM_STRING_X509) || entry.is(PEM_STRING_X509_OLD);
+    if (!isCertificate && !entry.is(PEM_STRING_X509_CRL)) {
+        return true;
+    }
+    if (!decrypt(entry) || !namesItsCurves(entry.encoding())) {
+        return false;
+    }
+    const auto* bytes = static_cast<const unsigned char*>(entry.bytes.get());
+    if (!isCertificate) {
+        trusted.revocationLists.emplace_back(d2i_X509_CRL(nullptr, &bytes, entry.size));
+        return trusted.revocationLists.back() != nullptr;
+    }
+    trusted.certificates.emplace_back(isTrusted ? d2i_X509_AUX(nullptr, &bytes, entry.size)
+                                                : d2i_X509(nullptr, &bytes, entry.size));
+    X509* const certificate = trusted.certificates.back().get();
+    return certificate != nullptr && isFitToVerify(certificate);
 }
 
 /// Trusts every certificate of a PEM text; nothing of a text that cannot be read to its end. Its
-/// revocation lists go into the store too, where nothing consults them. Nobody is asked for a pass
-/// phrase.
+/// revocation lists go into the store too, where nothing consults them.
 bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
-    if (!isFitToRead(pem)) {
-        return false;
-    }
     const CryptoStreamPtr input = openBytes(pem);
     if (!input) {
         return false;
     }
-    const PemEntriesPtr entries(
-        PEM_X509_INFO_read_bio(input.get(), nullptr, nullptr, noPassPhrase));
-    if (!entries) {
+    Trusted trusted;
+    int entries = 0;
+    while (std::optional<PemEntry> entry = nextEntry(input.get())) {
+        if (++entries > kMaxCertificateFileEntries || !addEntry(*entry, trusted)) {
+            return false;
+        }
+    }
+    if (ERR_GET_REASON(ERR_peek_last_error()) != PEM_R_NO_START_LINE ||
+        (trusted.certificates.empty() && trusted.revocationLists.empty())) {
         return false;
     }
-    const int count = sk_X509_INFO_num(entries.get());
-    for (int i = 0; i < count; ++i) {
-        X509* certificate = sk_X509_INFO_value(entries.get(), i)->x509;
-        if (certificate != nullptr && !hasFewRelativePoints(certificate)) {
-            return false;
-        }
-    }
-    bool added = false;
-    for (int i = 0; i < count; ++i) {
-        const X509_INFO* entry = sk_X509_INFO_value(entries.get(), i);
-        if ((entry->x509 != nullptr && !isAdded(X509_STORE_add_cert(store, entry->x509))) ||
-            (entry->crl != nullptr && !isAdded(X509_STORE_add_crl(store, entry->crl)))) {
-            return false;
-        }
-        added = added || entry->x509 != nullptr || entry->crl != nullptr;
-    }
-    return added;
+    const auto isAddedCertificate = [store](const CertificatePtr& certificate) {
+        return isAdded(X509_STORE_add_cert(store, certificate.get()));
+    };
+    const auto isAddedList = [store](const auto& list) {
+        return isAdded(X509_STORE_add_crl(store, list.get()));
+    };
+    return std::all_of(trusted.certificates.begin(), trusted.certificates.end(),
+                       isAddedCertificate) &&
+           std::all_of(trusted.revocationLists.begin(), trusted.revocationLists.end(), isAddedList);
 }
 
 /// The file is read through the platform like every other one: what is not a regular file is

@@ -97,6 +97,8 @@ const std::string kData = identifier("\x2A\x86\x48\x86\xF7\x0D\x01\x07\x01"sv);
 const std::string kSignedData = identifier("\x2A\x86\x48\x86\xF7\x0D\x01\x07\x02"sv);
 const std::string kAuthorityKeyIdentifier = identifier("\x55\x1D\x23"sv);
 const std::string kDistributionPoints = identifier("\x55\x1D\x1F"sv);
+const std::string kSubjectAlternativeName = identifier("\x55\x1D\x11"sv);
+const std::string kNameConstraints = identifier("\x55\x1D\x1E"sv);
 const std::string kSerialNumber = integer("\x01"sv);
 
 std::string nameEntry(std::string_view value) {
@@ -292,6 +294,29 @@ const std::vector<HostileShape> kShapes = {
              repeated(signerOf(name("issuer")), size - data.certificates.size(), most.signers);
          return withMessage(data);
      }},
+    {"certificates behind one whose end is disguised",
+     [](std::size_t size, const Counts& most) {
+         const std::string certificate = encoded(Certificate{});
+         // An element of the type that marks an end, which libcrypto takes for any other.
+         const std::string algorithm = "\x30\x80" +
+                                       identifier("\x2A\x86\x48\x86\xF7\x0D\x01\x01\x0B"sv) +
+                                       "\x00\x81\x00"s + "\0\0"s;
+         const std::size_t signedSize =
+             certificate.size() - 4 - kRsaWithSha256.size() - bits("signature").size();
+         SignedData data;
+         data.certificates =
+             certificate + "\x30\x80" + certificate.substr(4, signedSize) + algorithm +
+             bits("signature") + "\0\0"s +
+             repeated(encoded(Certificate{.key = compressedKey()}), size, most.certificates - 2);
+         return withMessage(data);
+     }},
+    {"names of a signer times constraints of its issuer",
+     [](std::size_t size, const Counts&) {
+         SignedData data;
+         data.certificates = certificateWithNames(1, size / 10, 0);
+         return HostileFiles{messageOf(data),
+                             trusted(pemOf(certificateWithNames(1, 1, size / 10)))};
+     }},
     {"empty elements for certificates",
      [](std::size_t size, const Counts& most) {
          SignedData data;
@@ -400,6 +425,17 @@ std::string certificateOfSize(std::size_t size) {
 
 std::string certificateWithRelativePoints(std::size_t count) {
     return encoded(Certificate{.extensions = relativePoints(SIZE_MAX, count)});
+}
+
+std::string certificateWithNames(std::size_t entries, std::size_t otherNames,
+                                 std::size_t constraints) {
+    const std::string mailbox = element(0x81, "a@b");
+    const std::string excluded = tagged(1, repeated(sequence(mailbox), SIZE_MAX, constraints));
+    return encoded(
+        Certificate{.subject = sequence(repeated(nameEntry("entry"), SIZE_MAX, entries)),
+                    .extensions = extension(kSubjectAlternativeName,
+                                            sequence(repeated(mailbox, SIZE_MAX, otherNames))) +
+                                  extension(kNameConstraints, sequence(excluded))});
 }
 
 std::string certificateOnCurveOfItsOwn() {

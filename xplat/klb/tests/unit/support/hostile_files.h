@@ -29,7 +29,7 @@ struct Counts {
 
 /// As many as the library accepts.
 constexpr Counts kAcceptedCounts{.certificates = 64,
-                                 .signers = 64,
+                                 .signers = 16,
                                  .digests = 16,
                                  .relativePoints = 2,
                                  .trustedCertificates = 199,
@@ -50,6 +50,10 @@ const std::vector<HostileShape>& hostileShapes();
 std::string certificateOfSize(std::size_t size);
 /// One with so many distribution points that go on with its issuer's name.
 std::string certificateWithRelativePoints(std::size_t count);
+/// One with so many entries in its subject's name, so many other names, and so many constraints of
+/// names.
+std::string certificateWithNames(std::size_t entries, std::size_t otherNames,
+                                 std::size_t constraints);
 /// One whose key describes its curve.
 std::string certificateOnCurveOfItsOwn();
 
