@@ -25,7 +25,7 @@ void KLB_Init(const char* sysID, bool enableOverride) {
     klb::LibraryState& state = klb::libraryState();
     const std::lock_guard guard(state.lock);
     if (state.manager == nullptr) {
-        state.manager = klb::createManager(sysID, enableOverride, klb::nativePlatform()).release();
+        state.manager = klb::createManager(sysID, enableOverride, klb::kNativePlatform).release();
     }
 }
 

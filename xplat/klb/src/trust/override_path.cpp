@@ -1,7 +1,7 @@
 #include "trust/override_path.h"
 
 #include "core/message_reporter.h"
-#include "platform/path_separator.h"
+#include "platform/platform.h"
 #include "trust/path_services.h"
 
 #include <stdexcept>

@@ -1,8 +1,5 @@
 #include "trust/path_services.h"
 
-#include "platform/environment.h"
-#include "platform/path_separator.h"
-
 #include <stdexcept>
 
 namespace klb {

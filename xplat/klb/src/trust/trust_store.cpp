@@ -1,6 +1,5 @@
 #include "trust/trust_store.h"
 
-#include "platform/file_content.h"
 #include "trust/message_limits.h"
 
 #include <algorithm>
@@ -136,8 +135,12 @@ bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
 /// missing, and names are UTF-8.
 bool addCertificateFile(X509_STORE* store, const std::string& path, const Platform& platform) {
     const std::unique_ptr<InputFile> file = platform.openInputFile(path);
-    std::vector<char> pem;
-    return file && readWhole(*file, pem, kMaxCertificateFileSize) && addCertificates(store, pem);
+    const std::optional<std::uint64_t> size = file ? file->size() : std::nullopt;
+    if (!size || *size > kMaxCertificateFileSize) {
+        return false;
+    }
+    std::vector<char> pem(static_cast<std::size_t>(*size));
+    return file->read(pem.data(), pem.size()) == pem.size() && addCertificates(store, pem);
 }
 
 } // namespace

@@ -1,8 +1,4 @@
-#include "platform/device_identity.h"
-#include "platform/environment.h"
-#include "platform/executable_path.h"
-#include "platform/input_file.h"
-#include "platform/path_separator.h"
+#include "platform/platform.h"
 
 #include "scoped_environment.h"
 #include "temp_directory.h"
@@ -12,11 +8,7 @@
 #include <algorithm>
 #include <cctype>
 
-#if defined(_WIN32)
-#include "platform/text_encoding_windows.h"
-#else
-#include "platform/device_identity_posix.h"
-
+#if !defined(_WIN32)
 #include <chrono>
 #include <csignal>
 #include <filesystem>

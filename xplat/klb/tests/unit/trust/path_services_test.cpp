@@ -1,6 +1,5 @@
 #include "trust/path_services.h"
 
-#include "platform/environment.h"
 #include "support/fake_platform.h"
 #include "trust/override_path.h"
 
