@@ -1,7 +1,7 @@
 #include "trust/certificate.h"
 
 #include "core/message_reporter.h"
-#include "trust/error_queue.h"
+#include "trust/crypto_objects.h"
 
 #include <openssl/pem.h>
 

@@ -8,6 +8,7 @@
 
 #include <openssl/bio.h>
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 #include <openssl/pkcs7.h>
 #include <openssl/x509_vfy.h>
 
@@ -41,6 +42,21 @@ struct CryptoMemoryDeleter {
 };
 /// A block from the crypto library's allocator.
 using CryptoMemoryPtr = std::unique_ptr<void, CryptoMemoryDeleter>;
+
+/// Takes what libcrypto adds to this thread's queue of errors out again, and leaves the host's errors
+/// in it. The host's are lost where libcrypto clears the queue itself, as it does when it takes a
+/// certificate from its default directory, and where its own fill the queue.
+class ErrorQueueScope {
+public:
+    ErrorQueueScope() noexcept {
+        ERR_set_mark();
+    }
+    ~ErrorQueueScope() {
+        ERR_pop_to_mark();
+    }
+    ErrorQueueScope(const ErrorQueueScope&) = delete;
+    ErrorQueueScope& operator=(const ErrorQueueScope&) = delete;
+};
 
 /// A stream that reads a text of that many bytes, or of a C string's for the size -1, where it is;
 /// null when it cannot be made.

@@ -2,7 +2,6 @@
 
 #include "trust/crypto_library.h"
 #include "trust/crypto_objects.h"
-#include "trust/error_queue.h"
 #include "trust/message_limits.h"
 #include "trust/trust_store.h"
 
