@@ -1,12 +1,12 @@
 #include "klb/manager.h"
 
-#include "documents/default_toggle_report.h"
+#include "registry/file_places.h"
 #include "registry/toggle_files.h"
 #include "registry/toggle_properties.h"
+#include "reports/default_toggle_report.h"
+#include "reports/override_info.h"
 #include "trust/certificate.h"
 #include "trust/crypto_library.h"
-#include "trust/override_info.h"
-#include "trust/override_path.h"
 
 #include <optional>
 #include <string>

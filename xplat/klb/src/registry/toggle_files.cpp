@@ -3,7 +3,7 @@
 #include "core/message_reporter.h"
 #include "core/rollback.h"
 #include "documents/document_loader.h"
-#include "trust/path_services.h"
+#include "registry/file_places.h"
 
 #include <memory>
 #include <stdexcept>

@@ -3,8 +3,8 @@
 #include "core/message_reporter.h"
 #include "documents/document_loader.h"
 #include "documents/document_lookup.h"
+#include "registry/file_places.h"
 #include "registry/toggle_files.h"
-#include "trust/override_path.h"
 
 #include <optional>
 #include <string>

@@ -43,9 +43,9 @@ struct CryptoMemoryDeleter {
 /// A block from the crypto library's allocator.
 using CryptoMemoryPtr = std::unique_ptr<void, CryptoMemoryDeleter>;
 
-/// Takes what libcrypto adds to this thread's queue of errors out again, and leaves the host's errors
-/// in it. The host's are lost where libcrypto clears the queue itself, as it does when it takes a
-/// certificate from its default directory, and where its own fill the queue.
+/// Takes what libcrypto adds to this thread's queue of errors out again, and leaves the host's
+/// errors in it. The host's are lost where libcrypto clears the queue itself, as it does when it
+/// takes a certificate from its default directory, and where its own fill the queue.
 class ErrorQueueScope {
 public:
     ErrorQueueScope() noexcept {

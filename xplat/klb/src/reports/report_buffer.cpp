@@ -1,4 +1,4 @@
-#include "core/report_buffer.h"
+#include "reports/report_buffer.h"
 
 #include <algorithm>
 #include <cstring>

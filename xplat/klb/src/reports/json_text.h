@@ -1,8 +1,8 @@
-#ifndef KLB_DOCUMENTS_JSON_TEXT_H
-#define KLB_DOCUMENTS_JSON_TEXT_H
+#ifndef KLB_REPORTS_JSON_TEXT_H
+#define KLB_REPORTS_JSON_TEXT_H
 
 #include "core/json.h"
-#include "core/report_buffer.h"
+#include "reports/report_buffer.h"
 
 #include <algorithm>
 #include <cstddef>

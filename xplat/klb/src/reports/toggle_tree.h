@@ -1,5 +1,5 @@
-#ifndef KLB_DOCUMENTS_TOGGLE_TREE_H
-#define KLB_DOCUMENTS_TOGGLE_TREE_H
+#ifndef KLB_REPORTS_TOGGLE_TREE_H
+#define KLB_REPORTS_TOGGLE_TREE_H
 
 #include "core/properties.h"
 

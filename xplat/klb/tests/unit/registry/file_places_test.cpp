@@ -1,7 +1,6 @@
-#include "trust/path_services.h"
+#include "registry/file_places.h"
 
 #include "support/fake_platform.h"
-#include "trust/override_path.h"
 
 #include <gtest/gtest.h>
 

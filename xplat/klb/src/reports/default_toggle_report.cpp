@@ -1,8 +1,8 @@
-#include "documents/default_toggle_report.h"
+#include "reports/default_toggle_report.h"
 
-#include "core/report_buffer.h"
-#include "documents/json_text.h"
-#include "documents/toggle_tree.h"
+#include "reports/json_text.h"
+#include "reports/report_buffer.h"
+#include "reports/toggle_tree.h"
 
 #include <stdexcept>
 #include <string_view>

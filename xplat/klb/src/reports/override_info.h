@@ -1,5 +1,5 @@
-#ifndef KLB_TRUST_OVERRIDE_INFO_H
-#define KLB_TRUST_OVERRIDE_INFO_H
+#ifndef KLB_REPORTS_OVERRIDE_INFO_H
+#define KLB_REPORTS_OVERRIDE_INFO_H
 
 #include "core/registry.h"
 

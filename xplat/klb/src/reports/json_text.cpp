@@ -1,4 +1,4 @@
-#include "documents/json_text.h"
+#include "reports/json_text.h"
 
 #include <vector>
 

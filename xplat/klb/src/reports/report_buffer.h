@@ -1,5 +1,5 @@
-#ifndef KLB_CORE_REPORT_BUFFER_H
-#define KLB_CORE_REPORT_BUFFER_H
+#ifndef KLB_REPORTS_REPORT_BUFFER_H
+#define KLB_REPORTS_REPORT_BUFFER_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "trust/override_info.h"
+#include "reports/override_info.h"
 
 #include <gtest/gtest.h>
 

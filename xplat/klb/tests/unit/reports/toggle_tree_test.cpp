@@ -1,4 +1,4 @@
-#include "documents/toggle_tree.h"
+#include "reports/toggle_tree.h"
 
 #include "core/registry.h"
 

@@ -1,12 +1,21 @@
-#ifndef KLB_TRUST_PATH_SERVICES_H
-#define KLB_TRUST_PATH_SERVICES_H
+#ifndef KLB_REGISTRY_FILE_PLACES_H
+#define KLB_REGISTRY_FILE_PLACES_H
 
+#include "core/registry.h"
 #include "platform/platform.h"
 
 #include <string>
 #include <string_view>
 
 namespace klb {
+
+/// Fixes the directory of the override file, once, before anything is registered. A null or empty
+/// directory is always thrown, with or without a message callback.
+void setOverridePath(Registry& registry, const char* overridePath);
+
+/// The full path of the override file: in the directory that the host chose, else in that of the
+/// executable. \throws as getLocalFilePath().
+std::string overrideFilePath(const Registry& registry);
 
 /// The directory of the running executable, UTF-8, with its trailing separator. Asks the system at
 /// every call.

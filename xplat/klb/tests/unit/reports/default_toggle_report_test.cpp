@@ -1,10 +1,10 @@
-#include "documents/default_toggle_report.h"
+#include "reports/default_toggle_report.h"
 
 #include "cpu_time.h"
-#include "documents/json_text.h"
 #include "registry/toggle_files.h"
 #include "registry/toggle_properties.h"
 #include "registry/toggles.h"
+#include "reports/json_text.h"
 #include "support/failing_allocation.h"
 #include "support/fake_platform.h"
 

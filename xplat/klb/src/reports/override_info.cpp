@@ -1,6 +1,6 @@
-#include "trust/override_info.h"
+#include "reports/override_info.h"
 
-#include "core/report_buffer.h"
+#include "reports/report_buffer.h"
 
 #include <string_view>
 

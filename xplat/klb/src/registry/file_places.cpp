@@ -1,11 +1,9 @@
-#include "trust/override_path.h"
+#include "registry/file_places.h"
 
 #include "core/message_reporter.h"
-#include "platform/platform.h"
-#include "trust/path_services.h"
 
+#include <optional>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 namespace klb {
@@ -13,6 +11,7 @@ namespace klb {
 namespace {
 
 constexpr std::string_view kOverrideFileName = "CIT_OVERRIDE.KLB";
+constexpr std::size_t kMaxDirectoryLength = 1040;
 
 } // namespace
 
@@ -45,6 +44,37 @@ std::string overrideFilePath(const Registry& registry) {
         return registry.overridePath;
     }
     return getLocalFilePath(*registry.platform).append(kOverrideFileName);
+}
+
+std::string getLocalFilePath(const Platform& platform) {
+    std::optional<std::string> path = platform.executablePath();
+    if (!path) {
+        throw std::runtime_error("getLocalFilePath: cannot get module file name path.");
+    }
+    const std::size_t separator = path->rfind(pathSeparator(*path));
+    if (path->size() > kMaxDirectoryLength || separator == std::string::npos) {
+        throw std::runtime_error("getProcessDir: Invalid path.");
+    }
+    path->resize(separator + 1);
+    return *std::move(path);
+}
+
+std::string getSupportDirectory(const Platform& platform) {
+    std::optional<std::string> directory = platform.expandEnvironment(kSupportDirectory.pattern);
+    if (!directory) {
+        return std::string(kSupportDirectory.fallback);
+    }
+    if (directory->size() > kMaxDirectoryLength) {
+        directory->resize(kMaxDirectoryLength);
+    }
+    return *std::move(directory);
+}
+
+std::string resolveToggleFilePath(std::string_view file, const Platform& platform) {
+    if (file.find(pathSeparator(file)) != std::string_view::npos) {
+        return std::string(file);
+    }
+    return getSupportDirectory(platform).append(file);
 }
 
 } // namespace klb
