@@ -20,14 +20,15 @@ constexpr std::size_t kMaxBoundaries = 8;
 constexpr int kMaxParts = 8;
 constexpr std::size_t kMaxSizeAroundContent = 128 * 1024;
 constexpr int kMaxCertificates = 64;
-constexpr int kMaxSigners = 16;
+constexpr int kMaxSigners = 6;
 constexpr int kMaxDigests = 16;
 constexpr int kMaxRelativePoints = 2;
 constexpr int kMaxNames = 32;
+constexpr int kMaxIssuerNames = 32;
 constexpr int kMaxNameConstraints = 16;
 constexpr int kMaxDepth = 8;
 // Those of content and of certificates: libcrypto verifies the chain of each signer anew.
-constexpr int kMaxVerifications = 32;
+constexpr int kMaxVerifications = 12;
 // Anything else than signed data.
 constexpr std::size_t kMaxUnknownSize = 8 * 1024;
 
@@ -81,6 +82,13 @@ public:
         return static_cast<std::size_t>(at_ - begin);
     }
 
+    bool enter(int tag, int tagClass) noexcept {
+        return isNext(tag, tagClass) && enter();
+    }
+    bool skip(int tag, int tagClass) noexcept {
+        return isNext(tag, tagClass) && skip() != 0;
+    }
+
     /// Whether there is no further element where the reader is.
     bool isAtEnd() const noexcept {
         return at_ == end_ || isAtEndMark();
@@ -127,9 +135,21 @@ public:
     std::string_view line() const noexcept {
         return line_;
     }
-    /// libcrypto ends headers at more lines than these, at these in any case.
-    bool isEmptyLine() const noexcept {
-        return beginsLine_ && (line_[0] == '\r' || line_[0] == '\n' || line_[0] == '\0');
+    /// Whether libcrypto ends the headers of the text here.
+    bool endsHeaders() const noexcept {
+        return line_[0] == '\r' || line_[0] == '\n' || line_[0] == '\0';
+    }
+    /// Whether libcrypto ends the headers of a part here, whose lines it has put together anew. It
+    /// does so at more lines than these.
+    bool endsHeadersOfPart() const noexcept {
+        const bool isEmpty =
+            line_.ends_with('\n') && line_.find_first_not_of('\r') == line_.size() - 1;
+        return beginsLine_ && (isEmpty || line_[0] == '\0');
+    }
+    /// Whether libcrypto may make a header or a parameter of the line.
+    bool isHeader() const noexcept {
+        return line_.find(':') != std::string_view::npos ||
+               std::string_view(" \t\v\f").find(line_[0]) != std::string_view::npos;
     }
 
 private:
@@ -190,9 +210,13 @@ struct Outline {
 /// None of what does not look like signed data.
 std::optional<Outline> outlineOf(std::string_view message) noexcept {
     ElementReader reader(message);
-    const bool isSigned = reader.enter() && reader.skip() != 0 &&                   // type
-                          reader.enter() && reader.enter() && reader.skip() != 0 && // version
-                          reader.skip() != 0;                                       // digests
+    const bool isSigned = reader.enter(V_ASN1_SEQUENCE, V_ASN1_UNIVERSAL) &&
+                          reader.skip(V_ASN1_OBJECT, V_ASN1_UNIVERSAL) &&
+                          reader.enter(0, V_ASN1_CONTEXT_SPECIFIC) &&
+                          reader.enter(V_ASN1_SEQUENCE, V_ASN1_UNIVERSAL) &&
+                          reader.skip(V_ASN1_INTEGER, V_ASN1_UNIVERSAL) &&
+                          reader.skip(V_ASN1_SET, V_ASN1_UNIVERSAL) && // digests
+                          reader.isNext(V_ASN1_SEQUENCE, V_ASN1_UNIVERSAL);
     if (!isSigned) {
         return std::nullopt;
     }
@@ -202,7 +226,7 @@ std::optional<Outline> outlineOf(std::string_view message) noexcept {
         outline.isNested = !content.isNext(V_ASN1_OCTET_STRING, V_ASN1_UNIVERSAL);
         outline.contentSize = content.skip();
     }
-    if (reader.skip() != 0 && reader.isNext(0, V_ASN1_CONTEXT_SPECIFIC) && reader.enter()) {
+    if (reader.skip() != 0 && reader.enter(0, V_ASN1_CONTEXT_SPECIFIC)) {
         while (reader.skip() != 0) {
             ++outline.certificates;
         }
@@ -223,7 +247,7 @@ Fitness fitnessOfText(std::string_view text) {
     int parts = 0;
     while (reader.next()) {
         const std::string_view line = reader.line();
-        if (isInHeaders && reader.isEmptyLine()) {
+        if (isInHeaders && (parts == 0 ? reader.endsHeaders() : reader.endsHeadersOfPart())) {
             if (headerSize > kMaxHeaderSize || boundaries.size() > kMaxBoundaries) {
                 return Fitness::kTooLarge;
             }
@@ -233,7 +257,7 @@ Fitness fitnessOfText(std::string_view text) {
             isInHeaders = false;
             headerSize = 0;
         } else if (isInHeaders) {
-            headerSize += line.size();
+            headerSize += reader.isHeader() ? line.size() : 0;
             if (parts == 0) {
                 addBoundaries(line, boundaries);
             }
@@ -255,13 +279,15 @@ Fitness fitnessOfText(std::string_view text) {
 }
 
 Fitness fitnessOfMessage(std::string_view message) noexcept {
+    if (!namesItsCurves(message)) {
+        return Fitness::kTooLarge;
+    }
     const std::optional<Outline> outline = outlineOf(message);
     if (!outline) {
         return message.size() > kMaxUnknownSize ? Fitness::kUnreadable : Fitness::kFit;
     }
     const bool isFit = !outline->isNested && outline->certificates <= kMaxCertificates &&
-                       message.size() - outline->contentSize <= kMaxSizeAroundContent &&
-                       namesItsCurves(message);
+                       message.size() - outline->contentSize <= kMaxSizeAroundContent;
     return isFit ? Fitness::kFit : Fitness::kTooLarge;
 }
 
@@ -306,12 +332,15 @@ bool isFitToVerify(X509* certificate) noexcept {
                       std::max(0, sk_GENERAL_NAME_num(otherNames.get()));
     const auto constraints =
         extensionOf<NAME_CONSTRAINTS, NAME_CONSTRAINTS_free>(certificate, NID_name_constraints);
+    const auto authority = extensionOf<AUTHORITY_KEYID, AUTHORITY_KEYID_free>(
+        certificate, NID_authority_key_identifier);
+    const int issuerNames = authority ? sk_GENERAL_NAME_num(authority->issuer) : 0;
     const int nameConstraints =
         !constraints ? 0
                      : std::max(0, sk_GENERAL_SUBTREE_num(constraints->permittedSubtrees)) +
                            std::max(0, sk_GENERAL_SUBTREE_num(constraints->excludedSubtrees));
     return relativePoints <= kMaxRelativePoints && names <= kMaxNames &&
-           nameConstraints <= kMaxNameConstraints;
+           issuerNames <= kMaxIssuerNames && nameConstraints <= kMaxNameConstraints;
 }
 
 int maxDepthFor(PKCS7* message) noexcept {

@@ -18,6 +18,7 @@ namespace {
 // Beyond this a file is no list of certificates. libcrypto sorts its store anew for each.
 constexpr std::uint64_t kMaxCertificateFileSize = 1024 * 1024;
 constexpr int kMaxCertificateFileEntries = 200;
+constexpr long kMaxCertificateSize = 64 * 1024;
 
 struct RevocationListDeleter {
     void operator()(X509_CRL* list) const noexcept {
@@ -92,6 +93,9 @@ bool addEntry(PemEntry& entry, Trusted& trusted) {
         return false;
     }
     const auto* bytes = static_cast<const unsigned char*>(entry.bytes.get());
+    if (isCertificate && entry.size > kMaxCertificateSize) {
+        return false;
+    }
     if (!isCertificate) {
         trusted.revocationLists.emplace_back(d2i_X509_CRL(nullptr, &bytes, entry.size));
         return trusted.revocationLists.back() != nullptr;

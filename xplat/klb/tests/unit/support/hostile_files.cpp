@@ -317,6 +317,16 @@ const std::vector<HostileShape> kShapes = {
          return HostileFiles{messageOf(data),
                              trusted(pemOf(certificateWithNames(1, 1, size / 10)))};
      }},
+    {"certificates of signed and enveloped data",
+     [](std::size_t size, const Counts&) {
+         const std::string content =
+             integer("\x01"sv) + set("") + set(kSha256) +
+             sequence(kData + sequence(identifier("\x2A"sv)) + element(0x80, "")) +
+             tagged(0, repeated(encoded(Certificate{.key = compressedKey()}), size)) +
+             set(signerOf(name("issuer")));
+         const std::string type = identifier("\x2A\x86\x48\x86\xF7\x0D\x01\x07\x04"sv);
+         return HostileFiles{messageOf(sequence(type + tagged(0, sequence(content)))), trusted()};
+     }},
     {"empty elements for certificates",
      [](std::size_t size, const Counts& most) {
          SignedData data;
@@ -436,6 +446,18 @@ std::string certificateWithNames(std::size_t entries, std::size_t otherNames,
                     .extensions = extension(kSubjectAlternativeName,
                                             sequence(repeated(mailbox, SIZE_MAX, otherNames))) +
                                   extension(kNameConstraints, sequence(excluded))});
+}
+
+std::string certificateWithIssuerNames(std::size_t count) {
+    const std::string names = tagged(1, repeated("\x82\x00"sv, SIZE_MAX, count));
+    return encoded(Certificate{.extensions = extension(kAuthorityKeyIdentifier, sequence(names))});
+}
+
+std::string damagedMessageWithKeyOnCurveOfItsOwn() {
+    SignedData data;
+    data.certificates =
+        encoded(Certificate{.key = keyOnCurveOfItsOwn()}) + "\x30\x84\x7F\xFF\xFF\xFF";
+    return encoded(data);
 }
 
 std::string certificateOnCurveOfItsOwn() {

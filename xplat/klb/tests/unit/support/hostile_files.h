@@ -29,7 +29,7 @@ struct Counts {
 
 /// As many as the library accepts.
 constexpr Counts kAcceptedCounts{.certificates = 64,
-                                 .signers = 16,
+                                 .signers = 6,
                                  .digests = 16,
                                  .relativePoints = 2,
                                  .trustedCertificates = 199,
@@ -54,6 +54,8 @@ std::string certificateWithRelativePoints(std::size_t count);
 /// names.
 std::string certificateWithNames(std::size_t entries, std::size_t otherNames,
                                  std::size_t constraints);
+/// One whose authority key identifier has so many names.
+std::string certificateWithIssuerNames(std::size_t count);
 /// One whose key describes its curve.
 std::string certificateOnCurveOfItsOwn();
 
@@ -63,6 +65,10 @@ std::string pemOf(std::string_view encodedCertificate);
 /// An encoded message whose content of so many bytes comes in pieces of one byte, none of which
 /// says how many there are.
 std::string messageInPieces(std::size_t size);
+
+/// A small message with a certificate whose key describes its curve, and behind it an element of
+/// the certificates that goes beyond the message.
+std::string damagedMessageWithKeyOnCurveOfItsOwn();
 
 } // namespace klb::test
 
