@@ -125,8 +125,9 @@ typedef int (*KLB_MessageProc)(KLB_MessageType type, const char* text);
 /// Any. Only the check for a null sysID runs without the lock, the callback's call included.
 KLB_API void KLB_Init(const char* sysID, bool enableOverride);
 
-/// Destroys everything that was registered since KLB_Init(). The message callback stays installed,
-/// and KLB_Init() may be called again. A manager published by KLB_InitOBX() is withdrawn first.
+/// Destroys everything that was set and registered since KLB_Init(), the certificate included. The
+/// message callback stays installed, and KLB_Init() may be called again. A manager published by
+/// KLB_InitOBX() is withdrawn first.
 ///
 /// \par Before KLB_Init
 /// Does nothing.
