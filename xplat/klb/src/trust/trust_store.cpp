@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -25,6 +26,7 @@ struct RevocationListDeleter {
         X509_CRL_free(list);
     }
 };
+using RevocationListPtr = std::unique_ptr<X509_CRL, RevocationListDeleter>;
 
 /// One entry of a PEM text. libcrypto's own reading of a whole text decodes keys as well, which can
 /// take it any time.
@@ -77,7 +79,7 @@ bool decrypt(PemEntry& entry) {
 struct Trusted {
     std::vector<CertificatePtr> certificates;
     /// Nothing consults them, but one that is damaged voids the text.
-    std::vector<std::unique_ptr<X509_CRL, RevocationListDeleter>> revocationLists;
+    std::vector<RevocationListPtr> revocationLists;
 };
 
 /// Adds what an entry trusts, if it is of a kind that can; false when it is damaged, or fit to keep
@@ -97,13 +99,15 @@ bool addEntry(PemEntry& entry, Trusted& trusted) {
         return false;
     }
     if (!isCertificate) {
-        trusted.revocationLists.emplace_back(d2i_X509_CRL(nullptr, &bytes, entry.size));
+        RevocationListPtr list(d2i_X509_CRL(nullptr, &bytes, entry.size));
+        trusted.revocationLists.push_back(std::move(list));
         return trusted.revocationLists.back() != nullptr;
     }
-    trusted.certificates.emplace_back(isTrusted ? d2i_X509_AUX(nullptr, &bytes, entry.size)
-                                                : d2i_X509(nullptr, &bytes, entry.size));
-    X509* const certificate = trusted.certificates.back().get();
-    return certificate != nullptr && isFitToVerify(certificate);
+    CertificatePtr certificate(isTrusted ? d2i_X509_AUX(nullptr, &bytes, entry.size)
+                                         : d2i_X509(nullptr, &bytes, entry.size));
+    const bool isFit = certificate && isFitToVerify(certificate.get());
+    trusted.certificates.push_back(std::move(certificate));
+    return isFit;
 }
 
 /// Trusts every certificate of a PEM text; nothing of a text that cannot be read to its end. Its
@@ -127,7 +131,7 @@ bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
     const auto isAddedCertificate = [store](const CertificatePtr& certificate) {
         return isAdded(X509_STORE_add_cert(store, certificate.get()));
     };
-    const auto isAddedList = [store](const auto& list) {
+    const auto isAddedList = [store](const RevocationListPtr& list) {
         return isAdded(X509_STORE_add_crl(store, list.get()));
     };
     return std::all_of(trusted.certificates.begin(), trusted.certificates.end(),

@@ -419,7 +419,16 @@ TEST(BadFile, FileThatIsShorterThanItsSizeCannotBeRead) {
     if (none || bytes.empty() || bytes.size() >= size) {
         GTEST_SKIP() << path << " is not there, or as long as its size";
     }
-    expectRefused(path, "UnableToReadFile");
+    inBothErrorModes([&](ErrorObserver& observer) {
+        const LibrarySession library;
+        observer.expectError<std::domain_error>(loadErrorText("UnableToReadFile", path), [&] {
+            KLB_RegisterToggleFile(KLB_ToggleFileType_Unsupported, "core", path.c_str());
+        });
+        EXPECT_TRUE(lockIsFree());
+    });
+    // As a plain one it is passed over for its first byte.
+    ASSERT_NE(bytes.front(), '{');
+    expectMissing(path);
 }
 
 TEST(BadFile, RegularFileWithoutASizeIsTooSmall) {

@@ -313,7 +313,8 @@ struct Holder {
 
 /// One that an authority issued, or that issued itself.
 Holder makeHolder(const std::string& name, const Holder* issuer) {
-    Holder holder{EvpKeyPtr(EVP_EC_gen("P-256")), X509Ptr(X509_new())};
+    Holder holder{EvpKeyPtr(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256")),
+                  X509Ptr(X509_new())};
     X509* const certificate = holder.certificate.get();
     X509_set_version(certificate, 2);
     ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
