@@ -22,7 +22,7 @@ enum class Fitness {
 /// Whether the headers of an S/MIME text and of its signature are short, and its parts few.
 Fitness fitnessOfText(std::string_view text);
 
-/// Whether an encoded message is small but for its content, with few certificates.
+/// Whether an encoded message, its content left out, is small, and its certificates are few.
 Fitness fitnessOfMessage(std::string_view message) noexcept;
 
 /// Whether no key in an encoded certificate, message or key describes its curve. Of a key that does
