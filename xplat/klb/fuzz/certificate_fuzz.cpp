@@ -2,15 +2,16 @@
 #include "check.h"
 #include "core/message_reporter.h"
 #include "crypto_surroundings.h"
+#include "registry/settings.h"
 #include "support/fake_platform.h"
 #include "support/protected_samples.h"
 #include "trust/certificate.h"
-#include "trust/crypto_library.h"
 #include "trust/crypto_objects.h"
 #include "trust/signature.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -66,18 +67,17 @@ void checkHostCertificate(const char* text) {
     const std::string error = reportedBy(registry, text);
     Registry other;
     check(thrownBy(other, text) == error, "an error is thrown where it is not reported");
-    check(!registry.noCertificate, "a text never switches the check off");
+    check(!registry.signers.skipSignatureCheck, "a text never switches the check off");
     if (error.empty()) {
-        const X509* const certificate = registry.certificate.get();
+        const X509* const certificate = registry.signers.certificate.get();
         check(certificate != nullptr, "a certificate is there when it was read");
         check(reportedBy(registry, text) == kAlreadySet, "a certificate is set once");
-        check(registry.certificate.get() == certificate, "the first certificate stays");
+        check(registry.signers.certificate.get() == certificate, "the first certificate stays");
         return;
     }
     check(error == kUnreadable, "the text of an error is known");
-    check(!registry.certificate && !registry.certificateStream,
-          "nothing stays of a text that cannot be read");
-    check(reportedBy(registry, test::kSignerCertificate).empty() && registry.certificate,
+    check(!registry.signers.certificate, "nothing stays of a text that cannot be read");
+    check(reportedBy(registry, test::kSignerCertificate).empty() && registry.signers.certificate,
           "after an error a certificate can still be set");
 }
 
@@ -88,14 +88,14 @@ struct InfosDeleter {
 };
 
 CertificatePtr signerCertificate() {
-    const CryptoStreamPtr text = openText(test::kSignerCertificate, -1);
+    const StreamPtr text = openText(test::kSignerCertificate, -1);
     return CertificatePtr(PEM_read_bio_X509(text.get(), nullptr, nullptr, nullptr));
 }
 
 /// Whether the signer's certificate is anywhere in a PEM text.
 bool namesTheSigner(const std::string& pem) {
     static const CertificatePtr signer = signerCertificate();
-    const CryptoStreamPtr text = openText(pem.data(), static_cast<int>(pem.size()));
+    const StreamPtr text = openText(pem.data(), static_cast<int>(pem.size()));
     char noPassPhrase[] = "";
     const std::unique_ptr<STACK_OF(X509_INFO), InfosDeleter> infos(
         PEM_X509_INFO_read_bio(text.get(), nullptr, nullptr, noPassPhrase));
@@ -112,21 +112,17 @@ bool namesTheSigner(const std::string& pem) {
 void checkCertificateFile(const std::string& bytes) {
     test::FakePlatform platform;
     platform.files[kCertificatePath].bytes = bytes;
-    ToggleFileRecord record;
-    record.type = KLB_ToggleFileType_Unsupported;
-    record.path = kPath;
     const std::string message = test::kSignedDocument;
-    record.content.assign(message.begin(), message.end());
-    const bool good = verifySignature(record, platform.services());
+    std::string error;
+    const std::optional<SecretBytes> text = verifySignature({message.begin(), message.end()}, kPath,
+                                                            nullptr, platform.services(), error);
     check(ERR_peek_error() == 0, "no error is left in the host's queue");
-    const std::string content(record.content.begin(), record.content.end());
-    if (good) {
+    if (text) {
         check(namesTheSigner(bytes), "a signer is trusted who is in the file");
-        check(content == test::kSampleDocument && record.error.empty(),
+        check(std::string(text->begin(), text->end()) == test::kSampleDocument && error.empty(),
               "what was signed is accepted");
     } else {
-        check(record.error == "Verification failure\n", "the text of an error is known");
-        check(content == message, "a message that is refused stays as it is");
+        check(error == "Verification failure\n", "the text of an error is known");
     }
 }
 

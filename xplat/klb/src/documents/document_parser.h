@@ -3,16 +3,19 @@
 
 #include "core/json.h"
 
-#include <vector>
+#include <string_view>
 
 #include <rapidjson/error/error.h>
 
 namespace klb {
 
-/// Parses a text, up to its first NUL byte, where it lies. Codes and offsets of errors are those of
-/// RapidJSON's default mode. Needs no stack for deep nesting: a file of nothing but brackets must
-/// not end the host. May change digits of numbers.
-rapidjson::ParseResult parseDocument(std::vector<char>& text, JsonDocument& document);
+/// Parses a text up to its first NUL byte; every number becomes 0. Codes and offsets of errors are
+/// those of RapidJSON's default mode. Nesting needs no stack: a file of nothing but brackets must
+/// not crash the host.
+rapidjson::ParseResult parseDocument(std::string_view text, JsonDocument& document);
+
+/// The name of a parse error, as messages show it; empty for a code that has none.
+const char* parseErrorName(rapidjson::ParseErrorCode code) noexcept;
 
 } // namespace klb
 

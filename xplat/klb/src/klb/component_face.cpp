@@ -3,7 +3,9 @@
 
 #include "klb/library_state.h"
 #include "klb/manager.h"
-#include "klb/result_codes.h"
+#include "registry/toggle_files.h"
+#include "registry/toggles.h"
+#include "reports/override_info.h"
 
 #include <algorithm>
 #include <exception>
@@ -78,8 +80,8 @@ OBXResult KLBMgr::RegisterToggleFile(std::uint32_t toggleFileType, const char* t
         return kNullArgument;
     }
     return guarded(this, publication_, kUnexpectedFailure, [&] {
-        registerToggleFile(static_cast<KLB_ToggleFileType>(toggleFileType), toggleFileToken,
-                           toggleFile);
+        registerToggleFile(registry_, static_cast<KLB_ToggleFileType>(toggleFileType),
+                           toggleFileToken, toggleFile);
         return kSuccess;
     });
 }
@@ -100,7 +102,7 @@ OBXResult KLBMgr::registerToggleOfKind(const char* key, std::int32_t defaultValu
         return kNullArgument;
     }
     return guarded(this, publication_, kUnexpectedFailure, [&] {
-        registerToggle(key, defaultValue != 0, token, isDynamic);
+        registerToggle(registry_, key, defaultValue != 0, token, isDynamic);
         return kSuccess;
     });
 }
@@ -120,7 +122,7 @@ OBXResult KLBMgr::getToggleOfKind(const char* key, std::uint32_t* value, bool dy
     // Before the lock: a caller who waits while the manager is destroyed reads no old value.
     *value = 0;
     return guarded(this, publication_, kUnexpectedFailure, [&] {
-        *value = getToggle(key, dynamic) ? 1 : 0;
+        *value = getToggle(registry_, key, dynamic) ? 1 : 0;
         return kSuccess;
     });
 }
@@ -130,7 +132,7 @@ OBXResult KLBMgr::SetDynamicToggle(const char* toggleKey, std::int32_t value) {
         return kNullArgument;
     }
     return guarded(this, publication_, kUnexpectedFailure, [&] {
-        setDynamicToggle(toggleKey, value != 0);
+        setDynamicToggle(registry_, toggleKey, value != 0);
         return kSuccess;
     });
 }
@@ -147,20 +149,19 @@ OBXResult KLBMgr::isToggleOfKindRegistered(const char* key, bool dynamic) {
     if (key == nullptr) {
         return kNullArgument;
     }
-    return guarded(this, publication_, kNo, [&] {
-        const ToggleLookup toggle = lookupToggle(key);
-        return toggle.registered && toggle.isDynamic == dynamic ? kYes : kNo;
-    });
+    return guarded(this, publication_, kNo,
+                   [&] { return lookupToggle(registry_, key, dynamic) ? kYes : kNo; });
 }
 
 OBXResult KLBMgr::IsToggleFileRegistered(const char* toggleFileToken) {
-    return guarded(this, publication_, kNo,
-                   [&] { return isFeatureToggleFileRegistered(toggleFileToken) ? kYes : kNo; });
+    return guarded(this, publication_, kNo, [&] {
+        return isFeatureToggleFileRegistered(registry_, toggleFileToken) ? kYes : kNo;
+    });
 }
 
 std::uint32_t KLBMgr::GetOverrideInfoString(char* buffer, std::uint32_t bufferSize) {
     return guarded(this, publication_, std::uint32_t{0}, [&] {
-        return static_cast<std::uint32_t>(getOverrideInfoString(buffer, bufferSize));
+        return static_cast<std::uint32_t>(getOverrideInfoString(registry_, buffer, bufferSize));
     });
 }
 

@@ -2,6 +2,11 @@
 
 #include "core/message_reporter.h"
 #include "klb/library_state.h"
+#include "registry/settings.h"
+#include "registry/toggle_files.h"
+#include "registry/toggles.h"
+#include "reports/default_toggle_report.h"
+#include "reports/override_info.h"
 
 #include <memory>
 #include <mutex>
@@ -51,14 +56,14 @@ void KLB_InitMessageProc(KLB_MessageProc proc) {
 void KLB_SetOverridePath(const char* overridePath) {
     const LockedManager manager;
     if (manager.orReport("KLB_SetOverridePath: KLB_Init must be called first.")) {
-        manager->setOverridePath(overridePath);
+        klb::setOverridePath(manager->registry(), overridePath);
     }
 }
 
 void KLB_SetCertificateData(const char* certificateData) {
     const LockedManager manager;
     if (manager.orReport("KLB_SetCertificateData: KLB_Init must be called first.")) {
-        manager->setCertificateData(certificateData);
+        klb::setCertificateData(manager->registry(), certificateData);
     }
 }
 
@@ -83,19 +88,19 @@ void KLB_RegisterToggleFile(KLB_ToggleFileType toggleFileType, const char* toggl
                             const char* toggleFile) {
     const LockedManager manager;
     if (manager.orReport("KLB_RegisterToggleFile: KLB_Init must be called first.")) {
-        manager->registerToggleFile(toggleFileType, toggleFileToken, toggleFile);
+        klb::registerToggleFile(manager->registry(), toggleFileType, toggleFileToken, toggleFile);
     }
 }
 
 bool KLB_IsToggleFileRegistered(const char* toggleFileToken) {
     const LockedManager manager;
-    return manager && manager->isFeatureToggleFileRegistered(toggleFileToken);
+    return manager && klb::isFeatureToggleFileRegistered(manager->registry(), toggleFileToken);
 }
 
 void KLB_RegisterToggle(const char* toggleKey, bool defaultValue, const char* toggleFileToken) {
     const LockedManager manager;
     if (manager.orReport(kToggleCallBeforeInit)) {
-        manager->registerToggle(toggleKey, defaultValue, toggleFileToken, false);
+        klb::registerToggle(manager->registry(), toggleKey, defaultValue, toggleFileToken, false);
     }
 }
 
@@ -103,60 +108,55 @@ void KLB_RegisterDynamicToggle(const char* toggleKey, bool defaultValue,
                                const char* toggleFileToken) {
     const LockedManager manager;
     if (manager.orReport(kToggleCallBeforeInit)) {
-        manager->registerToggle(toggleKey, defaultValue, toggleFileToken, true);
+        klb::registerToggle(manager->registry(), toggleKey, defaultValue, toggleFileToken, true);
     }
 }
 
 bool KLB_IsToggleRegistered(const char* toggleKey) {
     const LockedManager manager;
-    if (!manager) {
-        return false;
-    }
-    const klb::ToggleLookup toggle = manager->lookupToggle(toggleKey);
-    return toggle.registered && !toggle.isDynamic;
+    return manager && klb::lookupToggle(manager->registry(), toggleKey, false);
 }
 
 bool KLB_IsDynamicToggleRegistered(const char* toggleKey) {
     const LockedManager manager;
-    if (!manager) {
-        return false;
-    }
-    const klb::ToggleLookup toggle = manager->lookupToggle(toggleKey);
-    return toggle.registered && toggle.isDynamic;
+    return manager && klb::lookupToggle(manager->registry(), toggleKey, true);
 }
 
 bool KLB_GetToggle(const char* toggleKey) {
     const LockedManager manager;
-    return manager.orReport(kToggleCallBeforeInit) && manager->getToggle(toggleKey, false);
+    return manager.orReport(kToggleCallBeforeInit) &&
+           klb::getToggle(manager->registry(), toggleKey, false);
 }
 
 bool KLB_GetDynamicToggle(const char* toggleKey) {
     const LockedManager manager;
-    return manager.orReport(kToggleCallBeforeInit) && manager->getToggle(toggleKey, true);
+    return manager.orReport(kToggleCallBeforeInit) &&
+           klb::getToggle(manager->registry(), toggleKey, true);
 }
 
 void KLB_SetDynamicToggle(const char* toggleKey, bool value) {
     const LockedManager manager;
     if (manager.orReport(kToggleCallBeforeInit)) {
-        manager->setDynamicToggle(toggleKey, value);
+        klb::setDynamicToggle(manager->registry(), toggleKey, value);
     }
 }
 
 void KLB_AddToggleComment(const char* toggleKey, const char* comment) {
     const LockedManager manager;
     if (manager.orReport("KLB_AddToggleComment: KLB_Init must be called first.")) {
-        manager->addToggleComment(toggleKey, comment);
+        klb::addToggleComment(manager->registry(), toggleKey, comment);
     }
 }
 
 unsigned long long KLB_GetOverrideInfoString(char* buffer, unsigned long long bufferSize) {
     const LockedManager manager;
-    return manager ? manager->getOverrideInfoString(buffer, bufferSize) : 0;
+    return manager ? klb::getOverrideInfoString(manager->registry(), buffer, bufferSize) : 0;
 }
 
 unsigned long long KLB_GetDefaultToggleJson(const char* moduleName, const char* moduleVersion,
                                             char* buffer, unsigned long long bufferSize) {
     const LockedManager manager;
-    return manager ? manager->buildDefaultToggleJson(moduleName, moduleVersion, buffer, bufferSize)
+    return manager ? klb::buildDefaultToggleJson(manager->registry(), manager->reportDocument(),
+                                                 moduleName, moduleVersion, buffer, bufferSize)
                    : 0;
 }

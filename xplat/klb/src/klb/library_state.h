@@ -8,10 +8,32 @@
 
 namespace klb {
 
+/// A mutex that a waiting thread tries for some microseconds before it sleeps. Most calls hold the
+/// library lock for less time than it takes to fall asleep and wake up.
+class SpinningMutex {
+public:
+    void lock() {
+        if (!mutex_.try_lock()) {
+            wait();
+        }
+    }
+    bool try_lock() {
+        return mutex_.try_lock();
+    }
+    void unlock() {
+        mutex_.unlock();
+    }
+
+private:
+    void wait();
+
+    std::mutex mutex_;
+};
+
 /// What the process keeps for the library besides the message callback.
 struct LibraryState {
     /// The library lock: every export runs under it, callbacks of the host included.
-    std::mutex lock;
+    SpinningMutex lock;
 
     /// Owned, but by no smart pointer: unloading the library must not tear the manager down.
     KLBMgr* manager = nullptr;
@@ -47,7 +69,7 @@ public:
     }
 
 private:
-    std::lock_guard<std::mutex> guard_;
+    std::lock_guard<SpinningMutex> guard_;
     KLBMgr* manager_;
 };
 

@@ -3,10 +3,8 @@
 
 #include "IKLBManager.h"
 
-#include "core/json.h"
-#include "core/registry.h"
 #include "klb/publication.h"
-#include "registry/toggles.h"
+#include "registry/registry.h"
 
 #include <atomic>
 #include <cstdint>
@@ -14,9 +12,9 @@
 
 namespace klb {
 
-/// The one object that lives from KLB_Init to KLB_Term: it owns all state and hands each operation
-/// to the subsystem that does it. Not synchronised: the library lock guards it. Only the operations
-/// of the component face, which the host's framework and plug-ins call, take that lock themselves.
+/// The one object that lives from KLB_Init to KLB_Term. It owns all state, and is the component
+/// that the host's framework and its plug-ins call. Not synchronised: the library lock guards it.
+/// Only the operations of the component face take that lock themselves.
 ///
 /// Reference counts do not own it: KLB_Init and KLB_Term do. Members are destroyed from the last to
 /// the first, which is the order that teardown needs: the registry before the host's interfaces,
@@ -29,31 +27,17 @@ public:
     /// Asks for this computer's identifier and, if there is one, makes it the system identifier.
     void adoptDeviceIdentity();
 
-    void setOverridePath(const char* overridePath);
-    void setCertificateData(const char* certificateData);
+    Registry& registry() noexcept {
+        return registry_;
+    }
+    /// What the default toggle report is built in.
+    JsonDocument& reportDocument() noexcept {
+        return reportDocument_;
+    }
+
     void publish(IOBXUnknown& host);
     void withdraw();
     bool isPublished() const noexcept;
-    void registerToggleFile(KLB_ToggleFileType type, const char* token, const char* file);
-    bool isFeatureToggleFileRegistered(const char* token) const;
-    void registerToggle(const char* key, bool defaultValue, const char* token, bool isDynamic);
-    ToggleLookup lookupToggle(const char* key) const {
-        return klb::lookupToggle(registry_, key);
-    }
-    bool getToggle(const char* key, bool dynamic) const {
-        return klb::getToggle(registry_, key, dynamic);
-    }
-    void setDynamicToggle(const char* key, bool value) {
-        klb::setDynamicToggle(registry_, key, value);
-    }
-    void addToggleComment(const char* key, const char* comment);
-    std::uint64_t getOverrideInfoString(char* buffer, std::uint64_t bufferSize) const;
-    std::uint64_t buildDefaultToggleJson(const char* moduleName, const char* moduleVersion,
-                                         char* buffer, std::uint64_t bufferSize);
-
-    const Registry& registry() const noexcept {
-        return registry_;
-    }
 
     // The component face.
     OBXResult QueryInterface(const OBXGuid& iid, void** out) override;
@@ -89,8 +73,8 @@ private:
     Registry registry_;
 };
 
-/// A manager ready for use: with the crypto library initialised and, for an empty system
-/// identifier, this computer's own in its place.
+/// A manager ready for use: with libcrypto initialised and, for an empty system identifier, this
+/// computer's own in its place.
 std::unique_ptr<KLBMgr> createManager(const char* systemId, bool enableOverride,
                                       const Platform& platform);
 

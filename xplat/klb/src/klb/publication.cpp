@@ -1,7 +1,6 @@
 #include "klb/publication.h"
 
 #include "IKLBManager.h"
-#include "klb/result_codes.h"
 
 #include <cstdint>
 
@@ -18,29 +17,29 @@ void check(OBXResult result) {
     }
 }
 
-/// Owns what a call of the host gave through its output.
+/// Takes ownership of what a call to the host returns through its output.
 template <class Interface, class Call>
-HostReference<Interface> obtain(Call&& call) {
+HostPtr<Interface> obtain(Call&& call) {
     void* out = nullptr;
     check(call(&out));
-    return HostReference<Interface>(static_cast<Interface*>(out));
+    return HostPtr<Interface>(static_cast<Interface*>(out));
 }
 
 template <class Interface>
-HostReference<Interface> query(IOBXUnknown& object, const OBXGuid& iid) {
+HostPtr<Interface> query(IOBXUnknown& object, const OBXGuid& iid) {
     return obtain<Interface>([&](void** out) { return object.QueryInterface(iid, out); });
 }
 
 /// For an interface that is about to be used.
 template <class Interface>
-HostReference<Interface> required(HostReference<Interface> reference) {
+HostPtr<Interface> required(HostPtr<Interface> reference) {
     if (!reference) {
         check(kNullInterface);
     }
     return reference;
 }
 
-HostReference<IOBXComponentDefinition> define(IOBXComponentRegistry& registry) {
+HostPtr<IOBXComponentDefinition> define(IOBXComponentRegistry& registry) {
     auto definition = required(obtain<IOBXComponentDefinition>([&](void** out) {
         return registry.CreateInstance(KLB_ComponentDefinitionClassId, nullptr,
                                        KLB_IID_IOBXComponentDefinition, out);
@@ -54,7 +53,7 @@ HostReference<IOBXComponentDefinition> define(IOBXComponentRegistry& registry) {
 }
 
 /// The definition of the manager's class, made if the host has none; possibly none if it has one.
-HostReference<IOBXComponentDefinition> findOrDefine(IOBXComponentRegistry& registry) {
+HostPtr<IOBXComponentDefinition> findOrDefine(IOBXComponentRegistry& registry) {
     void* out = nullptr;
     const OBXResult result =
         registry.FindDefinition(KLB_ManagerClassId, KLB_IID_IOBXComponentDefinition, &out);
@@ -62,10 +61,10 @@ HostReference<IOBXComponentDefinition> findOrDefine(IOBXComponentRegistry& regis
         return define(registry);
     }
     check(result);
-    return HostReference<IOBXComponentDefinition>(static_cast<IOBXComponentDefinition*>(out));
+    return HostPtr<IOBXComponentDefinition>(static_cast<IOBXComponentDefinition*>(out));
 }
 
-HostReference<IOBXSingletonRegistry> singletonRegistryOf(IOBXUnknown& host) {
+HostPtr<IOBXSingletonRegistry> singletonRegistryOf(IOBXUnknown& host) {
     return required(query<IOBXSingletonRegistry>(host, KLB_IID_IOBXSingletonRegistry));
 }
 
@@ -100,7 +99,7 @@ void Publication::report(const char* text) noexcept {
         try {
             messageSink_->Report(kMessageTypeError, part);
         } catch (...) {
-            // What is reported has its own way out.
+            // The error that is being reported reaches the caller anyway.
         }
     }
 }

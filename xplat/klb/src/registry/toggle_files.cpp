@@ -1,11 +1,10 @@
 #include "registry/toggle_files.h"
 
 #include "core/message_reporter.h"
-#include "core/rollback.h"
-#include "documents/document_loader.h"
-#include "registry/file_places.h"
+#include "registry/settings.h"
 
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -14,36 +13,23 @@ namespace klb {
 
 namespace {
 
-/// Makes the record the owner of the path.
-void attachFile(Registry& registry, ToggleFileRecord& record, std::string path, const char* file) {
-    record.file = file;
-    record.path = std::move(path);
-    if (registry.certificate) {
-        record.certificate = registry.certificate.get();
-    }
-    record.skipSignatureCheck = registry.noCertificate;
-    registry.filesByPath.emplace(record.path, &record);
+LoadResult load(const Registry& registry, KLB_ToggleFileType type, const std::string& path) {
+    const bool isPlain =
+        type == KLB_ToggleFileType_Supported || type == KLB_ToggleFileType_Override;
+    return loadToggleDocument(path, !isPlain, registry.systemId, registry.signers,
+                              *registry.platform);
 }
 
-/// Takes back what attachFile() did, and what a load recorded that the host was not told.
-void detachFile(Registry& registry, ToggleFileRecord& record) noexcept {
-    registry.filesByPath.erase(record.path);
-    record.path.clear();
-    record.file.clear();
-    record.error.clear();
-    record.errorOffset = 0;
-}
-
-/// What keeps the record's file from being used; empty when nothing does.
-std::string loadErrorText(const ToggleFileRecord& record) {
-    if (record.error.empty()) {
-        return {};
+/// Why a file cannot be used; none when it can.
+std::optional<std::domain_error> loadError(const LoadResult& result, const std::string& path) {
+    if (result.error.empty()) {
+        return std::nullopt;
     }
-    std::string text = "registerToggleFile: " + record.error + " in file: " + record.path;
-    if (record.errorOffset != 0) {
-        text += " at offset: " + std::to_string(record.errorOffset);
+    std::string text = "registerToggleFile: " + result.error + " in file: " + path;
+    if (result.errorOffset != 0) {
+        text += " at offset: " + std::to_string(result.errorOffset);
     }
-    return text;
+    return std::domain_error(text);
 }
 
 } // namespace
@@ -60,10 +46,9 @@ ToggleFileRecord& registerToggleFileToken(Registry& registry, KLB_ToggleFileType
     ToggleFileRecord& record = *created;
     record.type = type;
     record.token = tokenName;
-    registry.filesInOrder.push_back(&record);
-    Rollback forget([&registry]() noexcept { registry.filesInOrder.pop_back(); });
+    makeRoom(registry.filesInOrder);
     registry.filesByToken.emplace(record.token, std::move(created));
-    forget.commit();
+    registry.filesInOrder.push_back(&record);
     return record;
 }
 
@@ -110,8 +95,8 @@ void registerToggleFile(Registry& registry, KLB_ToggleFileType type, const char*
         }
         return;
     }
-    if (registry.filesByPath.contains(path)) {
-        // Hosts know this text with the token of this call, not with the owner's.
+    if (registry.filePaths.contains(path)) {
+        // Hosts know this text with the token of this call, not with that of the file.
         const std::string text =
             "registerToggleFile: toggle file path location as already been registered to '" +
             record.token + "'";
@@ -119,21 +104,25 @@ void registerToggleFile(Registry& registry, KLB_ToggleFileType type, const char*
         return;
     }
 
-    // When memory runs out, the call can be made again as if it were the first.
-    Rollback detach([&]() noexcept { detachFile(registry, record); });
-    attachFile(registry, record, std::move(path), file);
-    loadToggleDocument(record, registry.systemId, *registry.platform);
-    const std::string error = loadErrorText(record);
-    if (error.empty()) {
-        detach.commit();
-        return;
+    LoadResult loaded = load(registry, record.type, path);
+    const std::optional<std::domain_error> error = loadError(loaded, path);
+    std::string name = file;
+    registry.filePaths.insert(path);
+
+    // From here on nothing can fail: a call for which memory ran out can be repeated.
+    static_cast<LoadResult&>(record) = std::move(loaded);
+    record.file = std::move(name);
+    record.path = std::move(path);
+    if (error && !reportMessage(error->what())) {
+        throw std::domain_error(*error);
     }
-    // Made while the call can still be taken back: later ones are silent about this error.
-    const std::domain_error exception(error);
-    detach.commit();
-    if (!reportMessage(error.c_str())) {
-        throw exception;
+}
+
+ToggleDocument* documentOf(const Registry& registry, ToggleFileRecord& record) {
+    if (!record.path.empty() && !record.isFinal()) {
+        static_cast<LoadResult&>(record) = load(registry, record.type, record.path);
     }
+    return record.document.get();
 }
 
 } // namespace klb

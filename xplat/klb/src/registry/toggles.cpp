@@ -1,11 +1,10 @@
 #include "registry/toggles.h"
 
 #include "core/message_reporter.h"
-#include "documents/document_loader.h"
-#include "documents/document_lookup.h"
-#include "registry/file_places.h"
+#include "registry/settings.h"
 #include "registry/toggle_files.h"
 
+#include <cstring>
 #include <optional>
 #include <string>
 
@@ -23,39 +22,30 @@ void registerOverrideFile(Registry& registry) {
         &registerToggleFileToken(registry, KLB_ToggleFileType_Override, kOverrideToken);
 }
 
-std::optional<bool> lookUp(ToggleDocument& document, const JsonValue& tree, std::string_view key) {
-    bool found = false;
-    const bool value = lookupDocumentValue(key, false, found, document, tree);
-    return found ? std::optional<bool>(value) : std::nullopt;
-}
-
 void applyToggleFile(const Registry& registry, ToggleFileRecord& file, std::string_view key,
                      ToggleState& state) {
-    ToggleDocument* document = loadToggleDocument(file, registry.systemId, *registry.platform);
+    ToggleDocument* document = documentOf(registry, file);
     if (document == nullptr) {
         return;
     }
-    if (const auto value = lookUp(*document, *document->toggleTree, key)) {
+    if (const auto value = lookupDocumentValue(key, *document, *document->toggleTree)) {
         state.setValue(*value, false);
     }
 }
 
 void applyOverrideFile(const Registry& registry, std::string_view key, ToggleState& state) {
-    if (registry.overrideFile == nullptr) {
-        return;
-    }
     ToggleDocument* document =
-        loadToggleDocument(*registry.overrideFile, registry.systemId, *registry.platform);
+        registry.overrideFile != nullptr ? documentOf(registry, *registry.overrideFile) : nullptr;
     if (document == nullptr) {
         return;
     }
-    if (const auto value = lookUp(*document, document->root, key)) {
+    if (const auto value = lookupDocumentValue(key, *document, document->root)) {
         state.setValue(*value, true);
     }
 }
 
-/// Enters a toggle everywhere, or nowhere when memory runs out: all of it is taken beforehand. The
-/// record comes last of that, because its memory cannot be given back.
+/// Adds a toggle everywhere, or nowhere when memory runs out: everything is allocated first, and
+/// the record last, because its memory cannot be freed by itself.
 void addToggle(Registry& registry, std::string_view key, const ToggleState& state,
                ToggleFileRecord& file) {
     auto& differing = (state.overridden ? *registry.overrideFile : file).differingToggles;
@@ -107,6 +97,30 @@ void registerToggle(Registry& registry, const char* key, bool defaultValue, cons
     applyToggleFile(registry, file, key, state);
     applyOverrideFile(registry, key, state);
     addToggle(registry, key, state, file);
+}
+
+void addToggleComment(Registry& registry, const char* key, const char* comment) {
+    if (!isQueryableKey(key, "addToggleProperty: toggleKey cannot be NULL.",
+                        "addToggleProperty: key cannot be an empty string.",
+                        "addToggleProperty: key must start with '/' character.")) {
+        return;
+    }
+    if (comment == nullptr) {
+        reportInvalidArgument("addToggleProperty: propertyValue cannot be NULL.");
+        return;
+    }
+    ToggleRecord* toggle = findToggle(registry, key);
+    if (toggle == nullptr) {
+        const std::string text = "addToggleProperty: key, " + std::string(key) +
+                                 ", was not registered. Please call RegisterToggle first.";
+        reportDomainError(text.c_str());
+        return;
+    }
+    if (toggle->comment == nullptr) {
+        const std::size_t size = std::strlen(comment) + 1;
+        void* const copy = registry.toggleMemory.allocate(size, alignof(char));
+        toggle->comment = static_cast<const char*>(std::memcpy(copy, comment, size));
+    }
 }
 
 void warnOfUnregisteredKey(const char* key) {

@@ -1,59 +1,69 @@
 #include "reports/default_toggle_report.h"
 
-#include "reports/json_text.h"
 #include "reports/report_buffer.h"
 #include "reports/toggle_tree.h"
 
-#include <stdexcept>
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <new>
 #include <string_view>
 #include <vector>
+
+#include <rapidjson/prettywriter.h>
 
 namespace klb {
 
 namespace {
 
-/// Tells a report to a handler of JSON events.
-template <class Handler>
+/// Tells a report to the document that is built of it.
 class Narrator {
 public:
-    explicit Narrator(Handler& handler) : handler_(handler) {}
+    explicit Narrator(JsonDocument& document) : document_(document) {}
 
     void beginObject() {
-        handler_.StartObject();
+        document_.StartObject();
         memberCounts_.push_back(0);
+        depth_ = std::max(depth_, memberCounts_.size());
     }
     void endObject() {
-        handler_.EndObject(memberCounts_.back());
+        document_.EndObject(memberCounts_.back());
         memberCounts_.pop_back();
     }
     void name(std::string_view name) {
-        handler_.Key(name.data(), sizeOf(name), true);
+        document_.Key(name.data(), sizeOf(name), true);
         ++memberCounts_.back();
     }
     /// A name that outlives the document, which may refer to it.
     void constantName(std::string_view name) {
-        handler_.Key(name.data(), sizeOf(name), false);
+        document_.Key(name.data(), sizeOf(name), false);
         ++memberCounts_.back();
     }
     void value(bool value) {
-        handler_.Bool(value);
+        document_.Bool(value);
     }
     void value(std::string_view text) {
-        handler_.String(text.data(), sizeOf(text), true);
+        document_.String(text.data(), sizeOf(text), true);
+    }
+
+    /// How deep the objects are nested; 1 for one without another inside.
+    std::size_t depth() const noexcept {
+        return depth_;
     }
 
 private:
-    /// RapidJSON counts in 32 bits.
+    /// RapidJSON has no memory for a text whose size needs more than 32 bits.
     static rapidjson::SizeType sizeOf(std::string_view text) {
-        if (text.size() > kMaxJsonTextSize) {
-            throw std::length_error("The JSON text would be too long.");
+        if (text.size() >= std::numeric_limits<rapidjson::SizeType>::max()) {
+            throw std::bad_alloc();
         }
         return static_cast<rapidjson::SizeType>(text.size());
     }
 
-    Handler& handler_;
+    JsonDocument& document_;
     /// How many members each open object has so far.
     std::vector<rapidjson::SizeType> memberCounts_;
+    std::size_t depth_ = 0;
 };
 
 bool isReported(const ToggleFileRecord& file) noexcept {
@@ -61,8 +71,7 @@ bool isReported(const ToggleFileRecord& file) noexcept {
 }
 
 /// The tokens are the registry's keys: none comes twice.
-template <class Handler>
-void tellToggleFiles(Narrator<Handler>& report, const std::vector<ToggleFileRecord*>& files) {
+void tellToggleFiles(Narrator& report, const std::vector<ToggleFileRecord*>& files) {
     report.beginObject();
     for (const ToggleFileRecord* file : files) {
         if (!isReported(*file)) {
@@ -81,27 +90,36 @@ void tellToggleFiles(Narrator<Handler>& report, const std::vector<ToggleFileReco
     report.endObject();
 }
 
-template <class Handler>
-void beginNode(Narrator<Handler>& report, const ToggleTree::Node& node) {
+void beginNode(Narrator& report, const ToggleTree::Node& node) {
     report.beginObject();
-    if (node.properties) {
-        node.properties->visit([&](std::string_view name, auto value) {
-            report.constantName(name);
-            report.value(value);
-        });
+    if (node.toggle == nullptr) {
+        return;
+    }
+    report.constantName(kDefaultValueProperty);
+    report.value(node.toggle->defaultValue);
+    report.constantName(kIsDynamicProperty);
+    report.value(node.toggle->isDynamic);
+    report.constantName(kToggleFileTokenProperty);
+    report.value(std::string_view(node.toggle->file->token));
+    if (node.toggle->comment != nullptr) {
+        report.constantName(kToggleCommentProperty);
+        report.value(std::string_view(node.toggle->comment));
     }
 }
 
 /// A walk without recursion: a key may have any number of segments.
-template <class Handler>
-void tellToggles(Narrator<Handler>& report, const ToggleTree& tree) {
+void tellToggles(Narrator& report, const ToggleOrder& toggles) {
+    ToggleTree tree(toggles.size());
+    for (const ToggleRecord* toggle : toggles.inKeyOrder()) {
+        tree.addToggleReportEntry(*toggle);
+    }
     beginNode(report, tree.root());
     const ToggleTree::Node* next = tree.firstChild(tree.root());
-    /// What follows on each open object below the root.
+    /// What comes after each open object below the root.
     std::vector<const ToggleTree::Node*> followers;
     while (true) {
         if (next != nullptr) {
-            report.name(tree.nameOf(*next));
+            report.name(next->name);
             beginNode(report, *next);
             followers.push_back(tree.nextSibling(*next));
             next = tree.firstChild(*next);
@@ -116,24 +134,51 @@ void tellToggles(Narrator<Handler>& report, const ToggleTree& tree) {
     }
 }
 
-ToggleTree treeOf(const ToggleOrder& toggles) {
-    ToggleTree tree(toggles.size());
-    for (const ToggleRecord* toggle : toggles.inKeyOrder()) {
-        tree.addToggleReportEntry(*toggle);
+/// Writes an object of objects, texts and booleans, indented, without recursion. It allocates
+/// before it writes, and nothing later, if objects are nested no deeper than `depth`.
+void writeIndented(const JsonValue& object, std::size_t depth, ReportBuffer& report) {
+    struct Level {
+        JsonValue::ConstMemberIterator next;
+        JsonValue::ConstMemberIterator end;
+    };
+    rapidjson::PrettyWriter<ReportBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonAllocator>
+        writer(report, nullptr, depth);
+    writer.SetIndent(' ', 4);
+    std::vector<Level> levels;
+    levels.reserve(depth);
+    const auto open = [&](const JsonValue& opened) {
+        writer.StartObject();
+        levels.push_back({opened.MemberBegin(), opened.MemberEnd()});
+    };
+    open(object);
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        if (level.next == level.end) {
+            writer.EndObject();
+            levels.pop_back();
+            continue;
+        }
+        const auto& [name, value] = *level.next++;
+        writer.Key(name.GetString(), name.GetStringLength());
+        if (value.IsObject()) {
+            open(value);
+        } else if (value.IsBool()) {
+            writer.Bool(value.GetBool());
+        } else {
+            writer.String(value.GetString(), value.GetStringLength());
+        }
     }
-    return tree;
 }
 
-/// What a report tells.
-struct Report {
-    const Registry& registry;
-    ToggleTree toggles;
-    const char* moduleName;
-    const char* moduleVersion;
+} // namespace
 
-    template <class Handler>
-    void tellTo(Handler& handler) const {
-        Narrator<Handler> report(handler);
+std::uint64_t buildDefaultToggleJson(const Registry& registry, JsonDocument& document,
+                                     const char* moduleName, const char* moduleVersion,
+                                     char* buffer, std::uint64_t bufferSize) {
+    document.SetObject();
+    std::size_t depth = 0;
+    const auto events = [&](JsonDocument& built) {
+        Narrator report(built);
         report.beginObject();
         if (moduleName != nullptr) {
             report.constantName("KLB_ModuleName");
@@ -149,44 +194,14 @@ struct Report {
         }
         if (!registry.toggles.empty()) {
             report.constantName("KLB_Toggles");
-            tellToggles(report, toggles);
+            tellToggles(report, registry.toggles);
         }
         report.endObject();
-    }
-};
-
-/// The depth of a report's document. Refuses a report whose text would be too long, before memory
-/// is taken for the document. The exact size is counted only when it may be beyond the limit.
-std::size_t checkedDepth(const Report& report) {
-    JsonSizeBound bound;
-    report.tellTo(bound);
-    if (bound.bytes() > kMaxJsonTextSize) {
-        LimitedStream stream;
-        IndentingWriter<LimitedStream> writer(stream);
-        report.tellTo(writer);
-    }
-    return bound.depth();
-}
-
-/// Fills the document and gives its depth.
-std::size_t populate(JsonDocument& document, const Report& report) {
-    const std::size_t depth = checkedDepth(report);
-    const auto events = [&](JsonDocument& handler) {
-        report.tellTo(handler);
+        depth = report.depth();
         return true;
     };
     document.Populate(events);
-    return depth;
-}
 
-} // namespace
-
-std::uint64_t buildDefaultToggleJson(const Registry& registry, JsonDocument& document,
-                                     const char* moduleName, const char* moduleVersion,
-                                     char* buffer, std::uint64_t bufferSize) {
-    document.SetObject();
-    const std::size_t depth =
-        populate(document, {registry, treeOf(registry.toggles), moduleName, moduleVersion});
     ReportBuffer report(buffer, bufferSize);
     writeIndented(document, depth, report);
     return report.finish();

@@ -16,7 +16,7 @@ void addLine(ReportBuffer& report, std::string_view subject, std::string_view co
 }
 
 void addToggle(ReportBuffer& report, const ToggleRecord& toggle) {
-    report.append(toggle.key());
+    report.append(toggle.key);
     report.append(toggle.currentValue ? " : true\n" : " : false\n");
 }
 

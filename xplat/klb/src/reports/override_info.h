@@ -1,15 +1,15 @@
 #ifndef KLB_REPORTS_OVERRIDE_INFO_H
 #define KLB_REPORTS_OVERRIDE_INFO_H
 
-#include "core/registry.h"
+#include "registry/registry.h"
 
 #include <cstdint>
 
 namespace klb {
 
 /// Lists the device identifier, when it is the system identifier, and the toggles that a file set
-/// to another value than their default, by file. The result counts bytes, NUL included; an empty
-/// text is 0 bytes and leaves the buffer alone.
+/// to another value than their default, by file. Returns a number of bytes, NUL included; if there
+/// is nothing to list, it is 0 and the buffer stays as it is.
 std::uint64_t getOverrideInfoString(const Registry& registry, char* buffer,
                                     std::uint64_t bufferSize);
 

@@ -4,6 +4,16 @@
 
 namespace klb {
 
+namespace {
+
+bool hasProperty(const ToggleRecord& toggle, std::string_view name) noexcept {
+    return name == kDefaultValueProperty || name == kIsDynamicProperty ||
+           name == kToggleFileTokenProperty ||
+           (name == kToggleCommentProperty && toggle.comment != nullptr);
+}
+
+} // namespace
+
 ToggleTree::ToggleTree(std::size_t count) {
     nodes_.reserve(count + 1);
     nodes_.emplace_back();
@@ -11,7 +21,7 @@ ToggleTree::ToggleTree(std::size_t count) {
 }
 
 void ToggleTree::addToggleReportEntry(const ToggleRecord& toggle) {
-    const std::string_view key = toggle.key();
+    const std::string_view key = toggle.key;
     if (!key.starts_with('/')) {
         return;
     }
@@ -33,23 +43,20 @@ void ToggleTree::addToggleReportEntry(const ToggleRecord& toggle) {
         const std::size_t begin = end + 1;
         end = std::min(key.find('/', begin), key.size());
         const std::string_view name = key.substr(begin, end - begin);
-        const auto& properties = nodes_[node].properties;
-        if (properties && properties->contain(name)) {
+        const ToggleRecord* const passed = nodes_[node].toggle;
+        if (passed != nullptr && hasProperty(*passed, name)) {
             return;
         }
         node = add(open_[parent], name);
         parent = open_.size();
         open_.push_back({end, node, 0});
     }
-    nodes_[node].properties.emplace(toggle);
+    nodes_[node].toggle = &toggle;
 }
 
 std::size_t ToggleTree::add(Open& parent, std::string_view name) {
     const std::size_t place = nodes_.size();
-    Node& node = nodes_.emplace_back();
-    node.nameBegin = names_.size();
-    node.nameSize = name.size();
-    names_ += name;
+    nodes_.emplace_back().name = name;
     if (parent.lastChild != 0) {
         nodes_[parent.lastChild].nextSibling = place;
     } else {

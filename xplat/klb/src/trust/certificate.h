@@ -1,13 +1,26 @@
 #ifndef KLB_TRUST_CERTIFICATE_H
 #define KLB_TRUST_CERTIFICATE_H
 
-#include "core/registry.h"
+#include <memory>
+
+struct x509_st;
 
 namespace klb {
 
-/// Sets the certificate that signers of protected files are checked against, once, before anything
-/// is registered. Null switches the check off, until a later call with a text.
-void setCertificateData(Registry& registry, const char* certificateData);
+struct CertificateDeleter {
+    void operator()(x509_st* certificate) const noexcept;
+};
+using CertificatePtr = std::unique_ptr<x509_st, CertificateDeleter>;
+
+/// How the signers of protected files are checked.
+struct SignerCheck {
+    /// The only signer that is trusted; null to trust what the certificate file trusts.
+    CertificatePtr certificate;
+    bool skipSignatureCheck = false;
+};
+
+/// Reads the first certificate of a PEM text into `certificate`. The text of the error, or null.
+const char* readCertificate(const char* text, CertificatePtr& certificate);
 
 } // namespace klb
 

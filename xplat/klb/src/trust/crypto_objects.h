@@ -1,10 +1,7 @@
 #ifndef KLB_TRUST_CRYPTO_OBJECTS_H
 #define KLB_TRUST_CRYPTO_OBJECTS_H
 
-#include "core/crypto_handles.h"
-
 #include <memory>
-#include <vector>
 
 #include <openssl/bio.h>
 #include <openssl/crypto.h>
@@ -14,38 +11,35 @@
 
 namespace klb {
 
-/// Frees a stream with all the streams behind it.
-struct StreamChainDeleter {
-    void operator()(BIO* first) const noexcept {
-        BIO_free_all(first);
+/// Registers libcrypto's algorithms, which protected files need. May be called more than once.
+void initializeCryptoLibrary();
+
+/// Frees an object of libcrypto by one of libcrypto's functions.
+template <auto freeObject>
+struct CryptoDeleter {
+    template <class Object>
+    void operator()(Object* object) const noexcept {
+        freeObject(object);
     }
 };
-using StreamChainPtr = std::unique_ptr<BIO, StreamChainDeleter>;
 
-/// Overwrites the content that a message carries inside itself, then frees the message.
-struct SignedDataDeleter {
-    void operator()(PKCS7* data) const noexcept;
-};
-using SignedDataPtr = std::unique_ptr<PKCS7, SignedDataDeleter>;
-
-struct TrustStoreDeleter {
-    void operator()(X509_STORE* store) const noexcept {
-        X509_STORE_free(store);
-    }
-};
-using TrustStorePtr = std::unique_ptr<X509_STORE, TrustStoreDeleter>;
+using StreamPtr = std::unique_ptr<BIO, CryptoDeleter<BIO_free>>;
+/// A stream and all streams behind it.
+using StreamChainPtr = std::unique_ptr<BIO, CryptoDeleter<BIO_free_all>>;
+using SignedDataPtr = std::unique_ptr<PKCS7, CryptoDeleter<PKCS7_free>>;
+using TrustStorePtr = std::unique_ptr<X509_STORE, CryptoDeleter<X509_STORE_free>>;
 
 struct CryptoMemoryDeleter {
     void operator()(void* block) const noexcept {
         OPENSSL_free(block);
     }
 };
-/// A block from the crypto library's allocator.
+/// A block from libcrypto's allocator.
 using CryptoMemoryPtr = std::unique_ptr<void, CryptoMemoryDeleter>;
 
-/// Takes what libcrypto adds to this thread's queue of errors out again, and leaves the host's
-/// errors in it. The host's are lost where libcrypto clears the queue itself, as it does when it
-/// takes a certificate from its default directory, and where its own fill the queue.
+/// Removes what libcrypto adds to this thread's error queue, and keeps the host's errors in it. The
+/// host's are lost where libcrypto clears the queue itself, as it does when it takes a certificate
+/// from its default directory, and where its own fill the queue.
 class ErrorQueueScope {
 public:
     ErrorQueueScope() noexcept {
@@ -58,12 +52,15 @@ public:
     ErrorQueueScope& operator=(const ErrorQueueScope&) = delete;
 };
 
-/// A stream that reads a text of that many bytes, or of a C string's for the size -1, where it is;
-/// null when it cannot be made.
-CryptoStreamPtr openText(const char* text, int size) noexcept;
+/// A stream that reads a text of this many bytes where it is, or a C string for the size -1; null
+/// when it cannot be made.
+StreamPtr openText(const char* text, int size) noexcept;
 
-/// A stream that reads these bytes where they are; null when it cannot be made.
-CryptoStreamPtr openBytes(const std::vector<char>& bytes) noexcept;
+/// The same for bytes.
+template <class Bytes>
+StreamPtr openBytes(const Bytes& bytes) noexcept {
+    return openText(bytes.data(), static_cast<int>(bytes.size()));
+}
 
 } // namespace klb
 

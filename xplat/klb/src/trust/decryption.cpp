@@ -1,6 +1,5 @@
 #include "trust/decryption.h"
 
-#include "trust/crypto_library.h"
 #include "trust/crypto_objects.h"
 
 #include <array>
@@ -37,7 +36,8 @@ struct KeyAndIv {
     }
 };
 
-/// Sets a cipher filter up in two calls: what cipher, then key and IV. Both are made in any case.
+/// Sets a cipher filter up in two calls: the cipher, then key and IV. The second is made even when
+/// the first fails.
 bool setUpCipher(BIO* filter, const KeyAndIv& secret, std::string& diagnostics) {
     const EVP_CIPHER* cipher = KLB_PROTECTED_CIPHER_FUNCTION();
     EVP_CIPHER_CTX* context = nullptr;
@@ -60,18 +60,19 @@ bool readExactly(BIO* chain, char* buffer, std::size_t size) {
     return BIO_read(chain, buffer, static_cast<int>(size)) == static_cast<int>(size);
 }
 
-/// The decrypted bytes, possibly none; nothing and a line of diagnostics when a step fails.
-bool decrypt(const std::vector<char>& content, std::string_view password, std::vector<char>& output,
-             std::string& diagnostics) {
+/// The decrypted bytes, possibly none; without a value, and with a line of diagnostics, when a step
+/// fails.
+std::optional<SecretBytes> decrypt(const std::vector<char>& content, std::string_view password,
+                                   std::string& diagnostics) {
     StreamChainPtr chain(openBytes(content).release());
     if (!chain) {
         diagnostics += "can't create BIO output from m_buffer\n";
-        return false;
+        return std::nullopt;
     }
     BIO* base64 = BIO_new(BIO_f_base64());
     if (base64 == nullptr) {
         diagnostics += "error base64 bio\n";
-        return false;
+        return std::nullopt;
     }
     chain.reset(BIO_push(base64, chain.release()));
 
@@ -80,17 +81,17 @@ bool decrypt(const std::vector<char>& content, std::string_view password, std::v
     if (!readExactly(chain.get(), magic.data(), magic.size()) ||
         !readExactly(chain.get(), salt.data(), salt.size())) {
         diagnostics += "error reading input file\n";
-        return false;
+        return std::nullopt;
     }
     if (std::string_view(magic.data(), magic.size()) != kMagic) {
         diagnostics += "bad magic number\n";
-        return false;
+        return std::nullopt;
     }
 
-    // The crypto library takes no longer password, so nobody has made a file for it.
+    // libcrypto takes no longer password, so nobody has made a file for it.
     if (password.size() > INT_MAX) {
         diagnostics += kOtherComputer;
-        return false;
+        return std::nullopt;
     }
     KeyAndIv secret;
     EVP_BytesToKey(KLB_PROTECTED_CIPHER_FUNCTION(), KLB_PROTECTED_DIGEST_FUNCTION(),
@@ -101,19 +102,20 @@ bool decrypt(const std::vector<char>& content, std::string_view password, std::v
     StreamChainPtr filter(BIO_new(BIO_f_cipher()));
     if (!filter) {
         diagnostics += "Can't create bio from cipher\n";
-        return false;
+        return std::nullopt;
     }
     if (!setUpCipher(filter.get(), secret, diagnostics)) {
-        return false;
+        return std::nullopt;
     }
     chain.reset(BIO_push(filter.release(), chain.release()));
 
     const CryptoMemoryPtr buffer(OPENSSL_malloc(kReadBufferSize));
     if (!buffer) {
         diagnostics += "OPENSSL_malloc failure, size: " + std::to_string(kReadBufferSize) + "\n";
-        return false;
+        return std::nullopt;
     }
-    // A plain text is shorter than its envelope: growing would leave copies behind.
+    SecretBytes output;
+    // A plain text is shorter than its envelope.
     output.reserve(content.size());
     const char* piece = static_cast<const char*>(buffer.get());
     int count = 0;
@@ -123,34 +125,31 @@ bool decrypt(const std::vector<char>& content, std::string_view password, std::v
     OPENSSL_cleanse(buffer.get(), kReadBufferSize);
     if (count < 0) {
         diagnostics += "BIO_read failure: \n";
-        return false;
+        return std::nullopt;
     }
-    return true;
+    return output;
 }
 
-/// A key of another system yields garbage and mostly no read error: this tells them apart.
-bool isPlausible(const std::vector<char>& output, bool skipSignatureCheck) {
+/// The key of another system yields garbage, mostly without a read error: this tells them apart.
+bool isPlausible(const SecretBytes& output, bool isSigned) {
     const std::string_view text(output.data(), output.size());
-    return text.starts_with(skipSignatureCheck ? kDocumentStart : kSignedMessageStart);
+    return text.starts_with(isSigned ? kSignedMessageStart : kDocumentStart);
 }
 
 } // namespace
 
-bool decryptContent(ToggleFileRecord& record, std::string_view systemId) {
+std::optional<SecretBytes> decryptContent(std::vector<char> content, std::string_view systemId,
+                                          bool isSigned, std::string& error) {
     const ErrorQueueScope errors;
-    std::string diagnostics;
-    std::vector<char> output;
-    const CleanseScope cleansed(output);
-    bool good = decrypt(record.content, systemId, output, diagnostics) && !output.empty();
-    if (good && !isPlausible(output, record.skipSignatureCheck)) {
-        diagnostics += kOtherComputer;
-        good = false;
+    std::optional<SecretBytes> output = decrypt(content, systemId, error);
+    if (!output || output->empty()) {
+        return std::nullopt;
     }
-    if (good) {
-        record.content.swap(output);
+    if (!isPlausible(*output, isSigned)) {
+        error += kOtherComputer;
+        return std::nullopt;
     }
-    record.error += diagnostics;
-    return good;
+    return output;
 }
 
 } // namespace klb

@@ -1,17 +1,21 @@
 #ifndef KLB_TRUST_DECRYPTION_H
 #define KLB_TRUST_DECRYPTION_H
 
-#include "core/records.h"
+#include "trust/secret_bytes.h"
 
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace klb {
 
-/// Replaces the content of a protected file, base64 of a salted and encrypted message, by its plain
-/// text. The key comes from the system identifier, so a file made for another one fails. True on
-/// success; otherwise the content stays and, but for an empty plain text, the record's error says
-/// why.
-bool decryptContent(ToggleFileRecord& record, std::string_view systemId);
+/// The plain text of a protected file, whose content is the base64 of a salted and encrypted text.
+/// The key is derived from the system identifier, so a file that was made for another one fails.
+/// \param isSigned Whether the plain text is to be an S/MIME message, or else a document.
+/// \param error Says why there is no plain text, except when it is empty.
+std::optional<SecretBytes> decryptContent(std::vector<char> content, std::string_view systemId,
+                                          bool isSigned, std::string& error);
 
 } // namespace klb
 

@@ -1,5 +1,7 @@
 #include "trust/message_limits.h"
 
+#include "trust/crypto_objects.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -190,12 +192,7 @@ void addBoundaries(std::string_view line, std::vector<std::string_view>& boundar
 
 template <class Extension, void (*freeExtension)(Extension*)>
 auto extensionOf(X509* certificate, int type) noexcept {
-    struct Deleter {
-        void operator()(Extension* extension) const noexcept {
-            freeExtension(extension);
-        }
-    };
-    return std::unique_ptr<Extension, Deleter>(
+    return std::unique_ptr<Extension, CryptoDeleter<freeExtension>>(
         static_cast<Extension*>(X509_get_ext_d2i(certificate, type, nullptr, nullptr)));
 }
 

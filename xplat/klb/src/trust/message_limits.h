@@ -25,14 +25,15 @@ Fitness fitnessOfText(std::string_view text);
 /// Whether an encoded message, its content left out, is small, and its certificates are few.
 Fitness fitnessOfMessage(std::string_view message) noexcept;
 
-/// Whether no key in an encoded certificate, message or key describes its curve. Of a key that does
-/// libcrypto would decompress the points, on a curve that is chosen to make it take long.
+/// Whether no key in an encoded certificate, message or key describes its own curve: libcrypto
+/// would decompress points on it, and the curve can be chosen to make that slow.
 bool namesItsCurves(std::string_view encoding) noexcept;
 
-/// Whether a decoded message has signed data, and few of all that libcrypto multiplies.
+/// Whether a decoded message has signed data, and little of everything whose numbers libcrypto
+/// multiplies.
 bool isFitToVerify(PKCS7* message) noexcept;
 
-/// Whether a certificate has few of what libcrypto multiplies with something of another one.
+/// Whether a certificate has few of the entries that libcrypto compares with each of another one.
 bool isFitToVerify(X509* certificate) noexcept;
 
 /// How many certificates may stand between that of each signer and a trusted one.

@@ -1,6 +1,6 @@
 #include "trust/signature.h"
 
-#include "trust/crypto_library.h"
+#include "trust/certificate.h"
 #include "trust/crypto_objects.h"
 #include "trust/message_limits.h"
 #include "trust/trust_store.h"
@@ -17,10 +17,10 @@ constexpr std::string_view kCertificateFileName = "mosk.cert.pem";
 constexpr const char* kUnreadable = "Error reading S/MIME message\n";
 constexpr const char* kNotVerified = "Verification failure\n";
 
-/// A sink that takes this many bytes without asking for memory: the crypto library does not look
-/// whether the bytes it verified could be stored.
-CryptoStreamPtr makeSink(std::size_t capacity) {
-    CryptoStreamPtr sink(BIO_new(BIO_s_mem()));
+/// A sink that takes this many bytes without allocating: libcrypto does not check whether the bytes
+/// it verified could be stored.
+StreamPtr makeSink(std::size_t capacity) {
+    StreamPtr sink(BIO_new(BIO_s_mem()));
     BUF_MEM* memory = nullptr;
     if (!sink || BIO_get_mem_ptr(sink.get(), &memory) != 1 ||
         static_cast<std::size_t>(BUF_MEM_grow(memory, capacity)) != capacity) {
@@ -30,26 +30,12 @@ CryptoStreamPtr makeSink(std::size_t capacity) {
     return sink;
 }
 
-TrustStorePtr trustStoreFor(ToggleFileRecord& record, const Platform& platform) {
-    if (record.certificate != nullptr) {
-        return trustOnly(record.certificate);
-    }
-    return buildTrustStore(record.error, certificatePathFor(record.path), platform);
-}
-
-/// Overwrites an encoded message, in which the content may be, then frees it.
-struct EncodedMessageDeleter {
-    void operator()(ASN1_STRING* message) const noexcept {
-        OPENSSL_cleanse(message->data, static_cast<std::size_t>(message->length));
-        ASN1_STRING_free(message);
-    }
-};
-using EncodedMessagePtr = std::unique_ptr<ASN1_STRING, EncodedMessageDeleter>;
+using EncodedMessagePtr = std::unique_ptr<ASN1_STRING, CryptoDeleter<ASN1_STRING_free>>;
 
 struct Message {
     SignedDataPtr signedData;
     /// The content when it is not in the signed data.
-    CryptoStreamPtr detachedContent;
+    StreamPtr detachedContent;
 };
 
 /// Whether libcrypto is to go on; a line of diagnostics when it is not.
@@ -62,9 +48,9 @@ bool check(Fitness fitness, std::string& diagnostics) {
 
 /// The message in an S/MIME text; without signed data, and with a line of diagnostics, when there
 /// is none to verify.
-Message readMessage(const std::vector<char>& text, std::string& diagnostics) {
+Message readMessage(const SecretBytes& text, std::string& diagnostics) {
     Message message;
-    const CryptoStreamPtr input = openBytes(text);
+    const StreamPtr input = openBytes(text);
     if (!input) {
         diagnostics += "Can't create input bio mem buff\n";
         return message;
@@ -93,22 +79,23 @@ Message readMessage(const std::vector<char>& text, std::string& diagnostics) {
     return message;
 }
 
-/// The signed bytes; null and a line of diagnostics when they are not to be trusted.
-CryptoStreamPtr verify(ToggleFileRecord& record, const Platform& platform,
-                       std::string& diagnostics) {
-    const Message message = readMessage(record.content, diagnostics);
+/// The signed bytes; null, and a line of diagnostics, when they are not to be trusted.
+StreamPtr verify(const SecretBytes& text, std::string_view path, X509* certificate,
+                 const Platform& platform, std::string& diagnostics) {
+    const Message message = readMessage(text, diagnostics);
     if (!message.signedData) {
         return nullptr;
     }
     BIO* const detached = message.detachedContent.get();
-    CryptoStreamPtr output =
-        makeSink(detached != nullptr ? BIO_ctrl_pending(detached) : record.content.size());
+    StreamPtr output = makeSink(detached != nullptr ? BIO_ctrl_pending(detached) : text.size());
     if (!output) {
-        // The only line without its end; hosts know the text like this.
+        // The only line without a line end; hosts know the text like this.
         diagnostics += "Can't create output bio mem buff";
         return nullptr;
     }
-    const TrustStorePtr store = trustStoreFor(record, platform);
+    const TrustStorePtr store =
+        certificate != nullptr ? trustOnly(certificate)
+                               : buildTrustStore(certificatePathFor(path), platform, diagnostics);
     if (!store) {
         diagnostics += "setup_verify error\n";
         return nullptr;
@@ -125,19 +112,17 @@ CryptoStreamPtr verify(ToggleFileRecord& record, const Platform& platform,
 
 } // namespace
 
-bool verifySignature(ToggleFileRecord& record, const Platform& platform) {
+std::optional<SecretBytes> verifySignature(SecretBytes message, std::string_view path,
+                                           x509_st* certificate, const Platform& platform,
+                                           std::string& error) {
     const ErrorQueueScope errors;
-    std::string diagnostics;
-    const CryptoStreamPtr output = verify(record, platform, diagnostics);
-    if (output) {
-        char* bytes = nullptr;
-        const long size = BIO_get_mem_data(output.get(), &bytes);
-        std::vector<char> content(bytes, bytes + size);
-        const CleanseScope cleansed(content);
-        record.content.swap(content);
+    const StreamPtr output = verify(message, path, certificate, platform, error);
+    if (!output) {
+        return std::nullopt;
     }
-    record.error += diagnostics;
-    return output != nullptr;
+    char* bytes = nullptr;
+    const long size = BIO_get_mem_data(output.get(), &bytes);
+    return SecretBytes(bytes, bytes + size);
 }
 
 std::string certificatePathFor(std::string_view path) {

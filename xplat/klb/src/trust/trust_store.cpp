@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -16,20 +17,15 @@ namespace klb {
 
 namespace {
 
-// Beyond this a file is no list of certificates. libcrypto sorts its store anew for each.
+// Beyond this a file is no list of certificates. libcrypto sorts its store again for each.
 constexpr std::uint64_t kMaxCertificateFileSize = 1024 * 1024;
 constexpr int kMaxCertificateFileEntries = 200;
 constexpr long kMaxCertificateSize = 64 * 1024;
 
-struct RevocationListDeleter {
-    void operator()(X509_CRL* list) const noexcept {
-        X509_CRL_free(list);
-    }
-};
-using RevocationListPtr = std::unique_ptr<X509_CRL, RevocationListDeleter>;
+using RevocationListPtr = std::unique_ptr<X509_CRL, CryptoDeleter<X509_CRL_free>>;
 
-/// One entry of a PEM text. libcrypto's own reading of a whole text decodes keys as well, which can
-/// take it any time.
+/// One entry of a PEM text. libcrypto's own function for a whole text decodes keys as well, which
+/// can take any amount of time.
 struct PemEntry {
     CryptoMemoryPtr name;
     CryptoMemoryPtr header;
@@ -44,7 +40,7 @@ struct PemEntry {
     }
 };
 
-/// In the earlier series, adding what is there already is a failure.
+/// OpenSSL 1.0 fails to add what is there already.
 bool isAdded(int result) {
     return result == 1 ||
            ERR_GET_REASON(ERR_peek_last_error()) == X509_R_CERT_ALREADY_IN_HASH_TABLE;
@@ -113,7 +109,7 @@ bool addEntry(PemEntry& entry, Trusted& trusted) {
 /// Trusts every certificate of a PEM text; nothing of a text that cannot be read to its end. Its
 /// revocation lists go into the store too, where nothing consults them.
 bool addCertificates(X509_STORE* store, const std::vector<char>& pem) {
-    const CryptoStreamPtr input = openBytes(pem);
+    const StreamPtr input = openBytes(pem);
     if (!input) {
         return false;
     }
@@ -161,8 +157,8 @@ TrustStorePtr trustOnly(X509* certificate) noexcept {
     return store;
 }
 
-TrustStorePtr buildTrustStore(std::string& error, const std::string& certificatePath,
-                              const Platform& platform) {
+TrustStorePtr buildTrustStore(const std::string& certificatePath, const Platform& platform,
+                              std::string& error) {
     std::string diagnostics;
     TrustStorePtr store(X509_STORE_new());
     if (store) {

@@ -20,7 +20,6 @@ constexpr std::uint64_t kGiB = std::uint64_t{1} << 30;
 constexpr std::uint64_t kBeyond32Bits = (std::uint64_t{1} << 32) + 1;
 /// What a toggle file has at most.
 constexpr std::uint64_t kLargestFile = INT32_MAX;
-constexpr const char* kTextTooLong = "The JSON text would be too long.";
 
 /// A text with a number at its end that counts up: quicker than making each text anew, so that a
 /// row's time is the library's.

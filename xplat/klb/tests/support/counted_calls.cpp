@@ -39,6 +39,12 @@ LockFunction nextLock() noexcept {
     return next;
 }
 
+LockFunction nextTryLock() noexcept {
+    static const LockFunction next =
+        reinterpret_cast<LockFunction>(dlsym(RTLD_NEXT, "pthread_mutex_trylock"));
+    return next;
+}
+
 } // namespace
 
 #define KLB_COUNTED extern "C" __attribute__((visibility("default")))
@@ -93,6 +99,12 @@ KLB_COUNTED void free(void* block) {
 KLB_COUNTED int pthread_mutex_lock(pthread_mutex_t* mutex) {
     ++locks;
     return nextLock()(mutex);
+}
+
+KLB_COUNTED int pthread_mutex_trylock(pthread_mutex_t* mutex) {
+    const int result = nextTryLock()(mutex);
+    locks += result == 0 ? 1 : 0;
+    return result;
 }
 
 namespace klb::test {

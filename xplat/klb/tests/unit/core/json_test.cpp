@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace klb {
 namespace {
 
@@ -34,30 +32,6 @@ TEST(JsonAllocator, NoBytesAreNoBlock) {
     JsonAllocator allocator;
     EXPECT_EQ(allocator.Malloc(0), nullptr);
     EXPECT_EQ(allocator.Realloc(allocator.Malloc(4), 4, 0), nullptr);
-}
-
-std::string cleansed;
-
-void keepAndOverwrite(void* bytes, std::size_t size) {
-    cleansed.append(static_cast<const char*>(bytes), size);
-    std::memset(bytes, 0, size);
-}
-
-TEST(JsonAllocator, OverwritesWhatItGivesBack) {
-    cleansed.clear();
-    JsonAllocator allocator(keepAndOverwrite);
-    void* block = allocator.Malloc(4);
-    std::memcpy(block, "abcd", 4);
-    block = allocator.Realloc(block, 4, 6);
-    EXPECT_EQ(cleansed, "abcd");
-    EXPECT_EQ(std::memcmp(block, "abcd", 4), 0);
-    std::memcpy(block, "ABCDEF", 6);
-    block = allocator.Realloc(block, 6, 2);
-    EXPECT_EQ(cleansed, "abcdABCDEF");
-    EXPECT_EQ(std::memcmp(block, "AB", 2), 0);
-    JsonAllocator::Free(block);
-    EXPECT_EQ(cleansed, "abcdABCDEFAB");
-    JsonAllocator::Free(nullptr);
 }
 
 TEST(JsonAllocator, TakesNoSizeThatDoesNotFit) {

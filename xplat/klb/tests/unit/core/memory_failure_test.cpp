@@ -1,5 +1,8 @@
 #include "core/message_reporter.h"
 #include "klb/manager.h"
+#include "registry/settings.h"
+#include "registry/toggle_files.h"
+#include "registry/toggles.h"
 
 #include "support/failing_allocation.h"
 #include "support/fake_platform.h"
@@ -73,13 +76,13 @@ TEST_F(MemoryFailure, AFileIsRegisteredWholeOrNotAtAll) {
     const auto manager = createManager("", false, platform.services());
     const Registry& registry = manager->registry();
     const int allocations = failEachAllocation([&] {
-        ASSERT_TRUE(registry.filesByPath.empty());
+        ASSERT_TRUE(registry.filePaths.empty());
         ASSERT_TRUE(registry.filesInOrder.empty() || registry.filesInOrder.front()->file.empty());
-        manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+        registerToggleFile(manager->registry(), KLB_ToggleFileType_Supported, kToken, kFile);
     });
     EXPECT_GT(allocations, 8);
     EXPECT_EQ(registry.filesInOrder.size(), 1U);
-    EXPECT_EQ(registry.filesByPath.size(), 1U);
+    EXPECT_EQ(registry.filePaths.size(), 1U);
     EXPECT_NE(registry.filesInOrder.front()->document, nullptr);
     EXPECT_EQ(registry.filesInOrder.front()->file, kFile);
 }
@@ -98,7 +101,7 @@ TEST_F(MemoryFailure, ALoadErrorIsReportedByTheCallThatHasTheMemory) {
     const auto manager = createManager("", false, platform.services());
     const int allocations = failEachAllocation([&] {
         ASSERT_EQ(lastMessage, "");
-        manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+        registerToggleFile(manager->registry(), KLB_ToggleFileType_Supported, kToken, kFile);
     });
     setMessageCallback(nullptr);
     EXPECT_GT(allocations, 8);
@@ -116,7 +119,7 @@ TEST_F(MemoryFailure, ALoadErrorIsThrownByTheCallThatHasTheMemory) {
             return;
         }
         try {
-            manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+            registerToggleFile(manager->registry(), KLB_ToggleFileType_Supported, kToken, kFile);
         } catch (const std::domain_error& error) {
             thrown = error.what();
         }
@@ -137,7 +140,7 @@ TEST_F(MemoryFailure, AnErrorOfTheOverrideFileIsThrownByTheCallThatHasTheMemory)
             return;
         }
         try {
-            manager->registerToggle(kOverridden, true, kToken, false);
+            registerToggle(manager->registry(), kOverridden, true, kToken, false);
         } catch (const std::domain_error& error) {
             thrown = error.what();
         }
@@ -149,19 +152,19 @@ TEST_F(MemoryFailure, AnErrorOfTheOverrideFileIsThrownByTheCallThatHasTheMemory)
 
 TEST_F(MemoryFailure, AToggleIsRegisteredWholeOrNotAtAll) {
     const auto manager = createManager("", true, platform.services());
-    manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+    registerToggleFile(manager->registry(), KLB_ToggleFileType_Supported, kToken, kFile);
     const Registry& registry = manager->registry();
     int registered = 0;
     for (const char* key : {kKey, kOverridden}) {
         SCOPED_TRACE(key);
         const int allocations = failEachAllocation([&] {
             ASSERT_EQ(registry.toggles.size(), registry.toggleIndex.size());
-            manager->registerToggle(key, false, kToken, false);
+            registerToggle(manager->registry(), key, false, kToken, false);
         });
         // Several toggles share a block and the room in tables: a later one may need little.
         EXPECT_GE(allocations, 1);
         ++registered;
-        EXPECT_TRUE(manager->getToggle(key, false));
+        EXPECT_TRUE(getToggle(manager->registry(), key, false));
         EXPECT_EQ(registry.toggles.size(), static_cast<std::size_t>(registered));
     }
     EXPECT_EQ(registry.filesByToken.at(kToken)->differingToggles.size(), 1U);
@@ -173,13 +176,13 @@ TEST_F(MemoryFailure, AFailedRegistrationLeavesNothingButTheToken) {
         SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
         const auto manager = createManager("", false, platform.services());
         const Registry& registry = manager->registry();
-        manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kFile);
+        registerToggleFile(manager->registry(), KLB_ToggleFileType_Supported, kToken, kFile);
         const ToggleFileRecord& file = *registry.filesInOrder.front();
         bool thrown = false;
         {
             const test::FailingAllocation failure(n);
             try {
-                manager->registerToggle(kKey, false, kToken, true);
+                registerToggle(manager->registry(), kKey, false, kToken, true);
             } catch (const std::bad_alloc&) {
                 thrown = true;
             }
@@ -204,7 +207,7 @@ TEST_F(MemoryFailure, AFailedRegistrationKeepsNoKey) {
         {
             const test::FailingAllocation failure(n);
             try {
-                manager->registerToggle(kKey, true, kToken, true);
+                registerToggle(manager->registry(), kKey, true, kToken, true);
             } catch (const std::bad_alloc&) {
                 failed = true;
             }
@@ -220,7 +223,7 @@ TEST_F(MemoryFailure, AnUnknownTokenIsMadeWholeOrNotAtAll) {
     const Registry& registry = manager->registry();
     const int allocations = failEachAllocation([&] {
         ASSERT_EQ(registry.filesInOrder.size(), registry.filesByToken.size());
-        manager->registerToggle(kKey, true, kOtherToken, true);
+        registerToggle(manager->registry(), kKey, true, kOtherToken, true);
     });
     EXPECT_GT(allocations, 4);
     EXPECT_EQ(registry.filesInOrder.size(), 1U);
@@ -229,15 +232,15 @@ TEST_F(MemoryFailure, AnUnknownTokenIsMadeWholeOrNotAtAll) {
 
 TEST_F(MemoryFailure, QueriesNeedNoMemory) {
     const auto manager = createManager("", false, platform.services());
-    manager->registerToggle(kKey, true, kToken, false);
-    manager->registerToggle(kOverridden, true, kToken, true);
+    registerToggle(manager->registry(), kKey, true, kToken, false);
+    registerToggle(manager->registry(), kOverridden, true, kToken, true);
     const test::FailingAllocation failure(1);
-    EXPECT_TRUE(manager->getToggle(kKey, false));
-    EXPECT_TRUE(manager->getToggle(kOverridden, true));
-    EXPECT_FALSE(manager->getToggle("/a-key-of-more-than-thirty-characters", false));
-    EXPECT_TRUE(manager->lookupToggle(kKey).registered);
-    manager->setDynamicToggle(kOverridden, false);
-    EXPECT_FALSE(manager->getToggle(kOverridden, true));
+    EXPECT_TRUE(getToggle(manager->registry(), kKey, false));
+    EXPECT_TRUE(getToggle(manager->registry(), kOverridden, true));
+    EXPECT_FALSE(getToggle(manager->registry(), "/a-key-of-more-than-thirty-characters", false));
+    EXPECT_TRUE(lookupToggle(manager->registry(), kKey, false));
+    setDynamicToggle(manager->registry(), kOverridden, false);
+    EXPECT_FALSE(getToggle(manager->registry(), kOverridden, true));
     EXPECT_FALSE(failure.happened());
 }
 
@@ -245,7 +248,7 @@ TEST_F(MemoryFailure, SettingTheOverridePathIsAllOrNothing) {
     const auto manager = createManager("System", true, platform.services());
     failEachAllocation([&] {
         ASSERT_TRUE(manager->registry().overridePath.empty());
-        manager->setOverridePath("D:\\a directory with a long name\\for overrides");
+        setOverridePath(manager->registry(), "D:\\a directory with a long name\\for overrides");
     });
     EXPECT_EQ(manager->registry().overridePath,
               "D:\\a directory with a long name\\for overrides\\CIT_OVERRIDE.KLB");

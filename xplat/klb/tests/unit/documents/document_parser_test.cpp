@@ -3,8 +3,6 @@
 // documents.
 #include "documents/document_parser.h"
 
-#include "documents/parse_errors.h"
-
 #include <gtest/gtest.h>
 
 #include <ostream>
@@ -59,9 +57,8 @@ Outcome referenceOutcome(const std::string& text) {
 }
 
 Outcome outcomeOf(const std::string& text) {
-    std::vector<char> bytes(text.begin(), text.end());
     JsonDocument document;
-    const rapidjson::ParseResult result = parseDocument(bytes, document);
+    const rapidjson::ParseResult result = parseDocument(text, document);
     return {result.Code(), result.Offset()};
 }
 

@@ -1,5 +1,7 @@
 #include "error_mode.h"
 #include "klb/manager.h"
+#include "registry/toggle_files.h"
+#include "registry/toggles.h"
 #include "support/fake_platform.h"
 #include "support/protected_samples.h"
 
@@ -58,16 +60,18 @@ public:
     }
 
     void registerPlainFile() {
-        manager->registerToggleFile(KLB_ToggleFileType_Supported, kToken, kPlainPath.c_str());
+        klb::registerToggleFile(manager->registry(), KLB_ToggleFileType_Supported, kToken,
+                                kPlainPath.c_str());
     }
     void registerProtectedFile() {
-        manager->registerToggleFile(KLB_ToggleFileType_Unsupported, kToken, kProtectedPath.c_str());
+        klb::registerToggleFile(manager->registry(), KLB_ToggleFileType_Unsupported, kToken,
+                                kProtectedPath.c_str());
     }
     void registerToggle() {
-        manager->registerToggle(kKey, false, kToken, false);
+        klb::registerToggle(manager->registry(), kKey, false, kToken, false);
     }
     bool value() {
-        return manager->getToggle(kKey, false);
+        return klb::getToggle(manager->registry(), kKey, false);
     }
 
     FakePlatform platform;
@@ -235,7 +239,7 @@ TEST(FileFailure, AFileReplacedAfterItsRegistrationIsNotReadAgain) {
         }
         host.platform.files.erase(kind.path);
         observer.expectSilence([&] { kind.read(host); });
-        host.manager->registerToggle("/other", true, kToken, false);
+        klb::registerToggle(host.manager->registry(), "/other", true, kToken, false);
         observer.expectSilence([&] { EXPECT_TRUE(host.value()); });
     });
 }
@@ -313,8 +317,8 @@ TEST(CertificateFileFailure, TheFileIsReadForEachRegistration) {
         expectValue(kToggleFiles[1], host, observer, true);
         host.platform.files[kCertificatePath].bytes = "no certificate";
         observer.expectError<std::domain_error>(refusal("Verification failure\n", second), [&] {
-            host.manager->registerToggleFile(KLB_ToggleFileType_Unsupported, "second",
-                                             second.c_str());
+            klb::registerToggleFile(host.manager->registry(), KLB_ToggleFileType_Unsupported,
+                                    "second", second.c_str());
         });
         EXPECT_EQ(host.platform.files[kCertificatePath].opened, 2);
         observer.expectSilence([&] { EXPECT_TRUE(host.value()); });

@@ -22,11 +22,10 @@ TEST(CreateManager, StartsWithTheArgumentsAndNothingElse) {
     EXPECT_TRUE(registry.enableOverride);
     EXPECT_FALSE(registry.anythingRegistered());
     EXPECT_TRUE(registry.filesInOrder.empty());
-    EXPECT_TRUE(registry.filesByPath.empty());
+    EXPECT_TRUE(registry.filePaths.empty());
     EXPECT_EQ(registry.overrideFile, nullptr);
-    EXPECT_EQ(registry.certificate, nullptr);
-    EXPECT_EQ(registry.certificateStream, nullptr);
-    EXPECT_FALSE(registry.noCertificate);
+    EXPECT_EQ(registry.signers.certificate, nullptr);
+    EXPECT_FALSE(registry.signers.skipSignatureCheck);
     EXPECT_FALSE(manager->isPublished());
     EXPECT_EQ(manager->GetSingletonState(), 0U);
 }
@@ -90,31 +89,31 @@ struct CountingInterface {
     }
 };
 
-TEST(HostReference, ReleasesOnce) {
+TEST(HostPtr, ReleasesOnce) {
     int released = 0;
     CountingInterface counted{&released};
     {
-        const HostReference<CountingInterface> reference(&counted);
+        const HostPtr<CountingInterface> reference(&counted);
         EXPECT_TRUE(reference);
         EXPECT_EQ(released, 0);
     }
     EXPECT_EQ(released, 1);
     {
-        const HostReference<CountingInterface> none;
+        const HostPtr<CountingInterface> none;
         EXPECT_FALSE(none);
     }
     EXPECT_EQ(released, 1);
 }
 
-TEST(HostReference, MovesItsReference) {
+TEST(HostPtr, MovesItsReference) {
     int firstReleased = 0;
     int secondReleased = 0;
     CountingInterface first{&firstReleased};
     CountingInterface second{&secondReleased};
-    HostReference<CountingInterface> reference(&first);
-    HostReference<CountingInterface> other(std::move(reference));
+    HostPtr<CountingInterface> reference(&first);
+    HostPtr<CountingInterface> other(std::move(reference));
     EXPECT_EQ(other.get(), &first);
-    reference = HostReference<CountingInterface>(&second);
+    reference = HostPtr<CountingInterface>(&second);
     EXPECT_EQ(reference.get(), &second);
     EXPECT_EQ(firstReleased + secondReleased, 0);
     reference = std::move(other);

@@ -38,7 +38,7 @@ TEST_F(Toggles, DifferingTogglesAreListedUnderTheFileThatSetThem) {
     const auto& ofFile = findToggleFile(registry, "token")->differingToggles;
     const auto& ofOverride = registry.overrideFile->differingToggles;
     EXPECT_EQ(ofFile.size(), 1U);
-    EXPECT_EQ(ofFile.inKeyOrder().front()->key(), "/a");
+    EXPECT_EQ(ofFile.inKeyOrder().front()->key, "/a");
     // The file's true made /b differ, the override's false is its value.
     EXPECT_EQ(ofOverride.size(), 3U);
     EXPECT_TRUE(toggle("/b").differs);
@@ -87,13 +87,77 @@ TEST_F(Toggles, ANullTokenNameIsAlwaysThrown) {
     }
 }
 
-TEST_F(Toggles, AnAttachedFileTakesTheCertificateSettings) {
-    registerToggleFile(registry, KLB_ToggleFileType_Supported, "before", kFile);
-    EXPECT_FALSE(findToggleFile(registry, "before")->skipSignatureCheck);
-    registry.noCertificate = true;
-    registerToggleFile(registry, KLB_ToggleFileType_Supported, "after", "C:\\other.json");
-    EXPECT_TRUE(findToggleFile(registry, "after")->skipSignatureCheck);
-    EXPECT_EQ(findToggleFile(registry, "after")->certificate, nullptr);
+TEST_F(Toggles, ADocumentIsLoadedOnce) {
+    platform.files[kFile].bytes = R"({"a":true})";
+    registerToggleFile(registry, KLB_ToggleFileType_Supported, "token", kFile);
+    ToggleFileRecord& file = *findToggleFile(registry, "token");
+    ToggleDocument* const document = documentOf(registry, file);
+    EXPECT_NE(document, nullptr);
+    EXPECT_EQ(documentOf(registry, file), document);
+    EXPECT_EQ(platform.files[kFile].opened, 1);
+}
+
+TEST_F(Toggles, AFileThatCannotBeUsedIsNotReadAgain) {
+    struct Case {
+        const char* bytes;
+        int opened;
+    };
+    for (const Case& c : {Case{nullptr, 0}, Case{R"({"a":tru })", 1}}) {
+        Registry other;
+        other.platform = &platform.services();
+        platform.files.clear();
+        if (c.bytes != nullptr) {
+            platform.files[kFile].bytes = c.bytes;
+            EXPECT_THROW(registerToggleFile(other, KLB_ToggleFileType_Supported, "token", kFile),
+                         std::domain_error);
+        } else {
+            registerToggleFile(other, KLB_ToggleFileType_Supported, "token", kFile);
+        }
+        ToggleFileRecord& file = *findToggleFile(other, "token");
+        platform.files[kFile].bytes = R"({"a":true})";
+        EXPECT_EQ(documentOf(other, file), nullptr);
+        EXPECT_EQ(platform.files[kFile].opened, c.opened);
+    }
+}
+
+TEST_F(Toggles, AFileThatWasPassedOverIsReadAgain) {
+    for (const KLB_ToggleFileType type :
+         {KLB_ToggleFileType_Supported, KLB_ToggleFileType_Override}) {
+        Registry other;
+        other.platform = &platform.services();
+        platform.files.clear();
+        platform.files[kFile].bytes = "no document";
+        registerToggleFile(other, type, "token", kFile);
+        ToggleFileRecord& file = *findToggleFile(other, "token");
+        EXPECT_EQ(documentOf(other, file), nullptr);
+        EXPECT_EQ(platform.files[kFile].opened, 2);
+        EXPECT_EQ(platform.files[kFile].bytesRead, 2U);
+        platform.files[kFile].bytes = R"({"a":true})";
+        EXPECT_NE(documentOf(other, file), nullptr);
+    }
+}
+
+TEST_F(Toggles, ATokenWithoutAFileHasNoDocument) {
+    registerToggle(registry, "/a", false, "token", false);
+    ToggleFileRecord& file = *findToggleFile(registry, "token");
+    EXPECT_EQ(documentOf(registry, file), nullptr);
+    EXPECT_FALSE(file.fileMissing);
+    EXPECT_EQ(file.error, "");
+}
+
+TEST_F(Toggles, TheFirstCommentStays) {
+    registerToggle(registry, "/a", false, "token", false);
+    EXPECT_EQ(toggle("/a").comment, nullptr);
+    std::string comment = "first";
+    addToggleComment(registry, "/a", comment.c_str());
+    comment = "later";
+    addToggleComment(registry, "/a", comment.c_str());
+    EXPECT_STREQ(toggle("/a").comment, "first");
+
+    registerToggle(registry, "/b", false, "token", false);
+    addToggleComment(registry, "/b", "");
+    addToggleComment(registry, "/b", "later");
+    EXPECT_STREQ(toggle("/b").comment, "");
 }
 
 TEST_F(Toggles, TheOverrideFileIsTriedOnceAFileWasAttached) {

@@ -2,9 +2,7 @@
 
 #include "cpu_time.h"
 #include "registry/toggle_files.h"
-#include "registry/toggle_properties.h"
 #include "registry/toggles.h"
-#include "reports/json_text.h"
 #include "support/failing_allocation.h"
 #include "support/fake_platform.h"
 
@@ -52,8 +50,8 @@ TEST_F(BuildDefaultToggleJson, AddsWhatTheDocumentHoldsToThePool) {
     for (int i = 0; i < 1000; ++i) {
         add("/group" + std::to_string(i % 10) + "/a long name of a feature " + std::to_string(i));
     }
-    addToggleProperty(registry, "/group1/a long name of a feature 1", "KLB_ToggleComment",
-                      "a comment that is long enough to need memory");
+    addToggleComment(registry, "/group1/a long name of a feature 1",
+                     "a comment that is long enough to need memory");
     std::size_t before = 0;
     for (int call = 0; call < 3; ++call) {
         build();
@@ -67,30 +65,42 @@ TEST_F(BuildDefaultToggleJson, AddsWhatTheDocumentHoldsToThePool) {
     EXPECT_LT(report.GetAllocator().Capacity() - before, 3U * 64 * 1024);
 }
 
-TEST_F(BuildDefaultToggleJson, StartsAnewAfterAFailure) {
-    Registry other;
-    other.platform = &platform.services();
-    registerToggle(other, "/a", false, "core", false);
-    const auto buildOther = [&] {
-        return buildDefaultToggleJson(other, report, "module", "1.0", nullptr, 0);
+std::string prettyText(const JsonDocument& document) {
+    rapidjson::StringBuffer text;
+    rapidjson::PrettyWriter<rapidjson::StringBuffer> writer(text);
+    document.Accept(writer);
+    return text.GetString();
+}
+
+TEST_F(BuildDefaultToggleJson, IsWrittenAsRapidJsonDoes) {
+    add("/group/a");
+    add("/group/a/b/c");
+    add("/\xC3\xA9\xFF </a>/\x7F");
+    addToggleComment(registry, "/group/a", "quotes \" \\ / \b\f\n\r\t \x01 \x1F");
+    std::string text(static_cast<std::size_t>(build()), '#');
+    build(text);
+    EXPECT_EQ(text, prettyText(report) + '\0');
+
+    Registry empty;
+    std::string ofEmpty(3, '#');
+    EXPECT_EQ(buildDefaultToggleJson(empty, report, nullptr, nullptr, ofEmpty.data(), 3), 3U);
+    EXPECT_EQ(ofEmpty, prettyText(report) + '\0');
+}
+
+TEST_F(BuildDefaultToggleJson, TakesATextOfAnySize) {
+    // RapidJSON reserves six times the length and two, in 32 bits, which would be a few bytes here.
+    const std::string name((std::size_t{1} << 32) / 6 + 1, 'x');
+    const auto sizeWith = [&](const std::string& moduleName) {
+        return buildDefaultToggleJson(registry, report, moduleName.c_str(), "1.0", nullptr, 0);
     };
-    const std::uint64_t size = buildOther();
-    const std::size_t pool = report.GetAllocator().Size();
-    std::string key;
-    for (int level = 0; level < 20'000; ++level) {
-        key += "/b";
-    }
-    add(key);
-    EXPECT_THROW(build(), std::length_error);
-    EXPECT_THROW(build(), std::length_error);
-    EXPECT_EQ(report.GetAllocator().Size(), pool);
-    EXPECT_EQ(buildOther(), size);
+    const std::uint64_t sizeWithout = sizeWith("");
+    EXPECT_EQ(sizeWith(name), sizeWithout + name.size());
 }
 
 TEST_F(BuildDefaultToggleJson, SurvivesEveryFailedAllocation) {
     add("/group/a");
     add("/group/a/b");
-    addToggleProperty(registry, "/group/a", "KLB_ToggleComment", std::string(1000, 'x').c_str());
+    addToggleComment(registry, "/group/a", std::string(1000, 'x').c_str());
     std::string text(static_cast<std::size_t>(build()), '#');
     const std::string untouched = text;
     build(text);

@@ -1,7 +1,5 @@
 #include "reports/toggle_tree.h"
 
-#include "core/registry.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -37,8 +35,8 @@ private:
         std::string text;
         for (const ToggleTree::Node* child = tree_.firstChild(node); child != nullptr;
              child = tree_.nextSibling(*child)) {
-            text += indentation + "'" + std::string(tree_.nameOf(*child)) + "'" +
-                    (child->properties ? "*\n" : "\n") + textOf(*child, indentation + "  ");
+            text += indentation + "'" + std::string(child->name) + "'" +
+                    (child->toggle != nullptr ? "*\n" : "\n") + textOf(*child, indentation + "  ");
         }
         return text;
     }

@@ -3,7 +3,7 @@
 #include "support/failing_allocation.h"
 #include "support/protected_samples.h"
 #include "support/sealed_envelope.h"
-#include "trust/crypto_library.h"
+#include "trust/crypto_objects.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,9 @@
 #include <climits>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -19,32 +21,39 @@
 namespace klb {
 namespace {
 
-ToggleFileRecord recordOf(std::string_view content, bool skipSignatureCheck) {
-    initializeCryptoLibrary();
-    ToggleFileRecord record;
-    record.type = KLB_ToggleFileType_Unsupported;
-    record.content.assign(content.begin(), content.end());
-    record.skipSignatureCheck = skipSignatureCheck;
-    return record;
+/// What decrypting gave.
+struct Decrypted {
+    std::optional<std::string> text;
+    std::string error;
+
+    bool operator==(const Decrypted&) const = default;
+};
+
+Decrypted decrypted(std::string_view content, std::string_view systemId, bool isSigned) {
+    Decrypted result;
+    const std::optional<SecretBytes> text =
+        decryptContent({content.begin(), content.end()}, systemId, isSigned, result.error);
+    if (text) {
+        result.text.emplace(text->begin(), text->end());
+    }
+    return result;
 }
 
-std::string contentOf(const ToggleFileRecord& record) {
-    return {record.content.begin(), record.content.end()};
+class DecryptContent : public testing::Test {
+protected:
+    DecryptContent() {
+        initializeCryptoLibrary();
+    }
+};
+
+TEST_F(DecryptContent, GivesThePlainText) {
+    EXPECT_EQ(decrypted(test::kEncryptedDocument, "System", false),
+              (Decrypted{test::kSampleDocument, ""}));
+    EXPECT_EQ(decrypted(test::kProtectedFile, "System", true),
+              (Decrypted{test::kSignedDocument, ""}));
 }
 
-TEST(DecryptContent, ReplacesTheEnvelopeByItsPlainText) {
-    ToggleFileRecord bare = recordOf(test::kEncryptedDocument, true);
-    EXPECT_TRUE(decryptContent(bare, "System"));
-    EXPECT_EQ(contentOf(bare), test::kSampleDocument);
-    EXPECT_EQ(bare.error, "");
-
-    ToggleFileRecord isSigned = recordOf(test::kProtectedFile, false);
-    EXPECT_TRUE(decryptContent(isSigned, "System"));
-    EXPECT_EQ(contentOf(isSigned), test::kSignedDocument);
-    EXPECT_EQ(isSigned.error, "");
-}
-
-TEST(DecryptContent, LeavesTheContentWhenItFails) {
+TEST_F(DecryptContent, SaysWhyItFails) {
     const std::string plain = R"({"features":{"a":true}})";
     struct Case {
         const char* name;
@@ -65,44 +74,36 @@ TEST(DecryptContent, LeavesTheContentWhenItFails) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        ToggleFileRecord record = recordOf(c.content, false);
-        EXPECT_FALSE(decryptContent(record, c.systemId));
-        EXPECT_EQ(record.error, c.error);
-        EXPECT_EQ(contentOf(record), c.content);
+        EXPECT_EQ(decrypted(c.content, c.systemId, true), (Decrypted{std::nullopt, c.error}));
     }
 }
 
-// The crypto library counts a password in an int, and would read beyond the text.
-TEST(DecryptContent, RefusesASystemIdentifierOf2GiB) {
+// libcrypto counts a password in an int, and would read beyond the text.
+TEST_F(DecryptContent, RefusesASystemIdentifierOf2GiB) {
     constexpr std::size_t kSize = std::size_t{INT_MAX} + 1;
     // Nobody reads it, so it takes no memory.
     const std::unique_ptr<char[]> systemId(new char[kSize]);
-    ToggleFileRecord record = recordOf(test::kProtectedFile, false);
-    EXPECT_FALSE(decryptContent(record, {systemId.get(), kSize}));
-    EXPECT_EQ(record.error, "The original KLB file was either corrupted or it was created for a "
-                            "different computer.\n");
-    EXPECT_EQ(contentOf(record), test::kProtectedFile);
+    EXPECT_EQ(decrypted(test::kProtectedFile, {systemId.get(), kSize}, true).error,
+              "The original KLB file was either corrupted or it was created for a "
+              "different computer.\n");
 }
 
-TEST(DecryptContent, LeavesTheThreadsErrorQueueAsItWas) {
-    initializeCryptoLibrary();
+TEST_F(DecryptContent, LeavesTheThreadsErrorQueueAsItWas) {
     ERR_clear_error();
     for (const bool before : {false, true}) {
         if (before) {
             ERR_put_error(ERR_LIB_USER, 0, 42, "host", 1);
         }
         for (const char* systemId : {"System", "Other"}) {
-            ToggleFileRecord record = recordOf(test::kProtectedFile, false);
-            decryptContent(record, systemId);
-            ToggleFileRecord broken = recordOf("not an envelope\n", false);
-            decryptContent(broken, systemId);
+            decrypted(test::kProtectedFile, systemId, true);
+            decrypted("not an envelope\n", systemId, true);
         }
         EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), before ? 42 : 0);
         EXPECT_EQ(ERR_get_error(), 0U);
     }
 }
 
-TEST(DecryptContent, SurvivesEveryFailedAllocationOfTheCryptoLibrary) {
+TEST_F(DecryptContent, SurvivesEveryFailedAllocationOfTheCryptoLibrary) {
     const std::string accepted[] = {
         "can't create BIO output from m_buffer\n",
         "error base64 bio\n",
@@ -116,60 +117,35 @@ TEST(DecryptContent, SurvivesEveryFailedAllocationOfTheCryptoLibrary) {
         "The original KLB file was either corrupted or it was created for a different "
         "computer.\n",
     };
-    // What the crypto library sets up once and for all has to be there: it cannot be repeated.
-    ToggleFileRecord first = recordOf(test::kEncryptedDocument, true);
-    ASSERT_TRUE(decryptContent(first, "System"));
+    // What libcrypto sets up once and for all has to be there: it cannot be repeated.
+    ASSERT_TRUE(decrypted(test::kEncryptedDocument, "System", false).text);
     int failures = 0;
     for (std::size_t n = 1;; ++n) {
         SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
-        ToggleFileRecord record = recordOf(test::kEncryptedDocument, true);
-        bool good = false;
+        Decrypted result;
         bool happened = false;
         {
             const test::FailingAllocation failure(n, test::MemorySource::Crypto);
-            good = decryptContent(record, "System");
+            result = decrypted(test::kEncryptedDocument, "System", false);
             happened = failure.happened();
         }
-        if (good) {
-            EXPECT_EQ(contentOf(record), test::kSampleDocument);
-            EXPECT_EQ(record.error, "");
+        if (result.text) {
+            EXPECT_EQ(result, (Decrypted{test::kSampleDocument, ""}));
         } else {
             ++failures;
-            EXPECT_EQ(contentOf(record), test::kEncryptedDocument);
-            EXPECT_TRUE(record.error.empty() || std::find(std::begin(accepted), std::end(accepted),
-                                                          record.error) != std::end(accepted))
-                << record.error;
+            EXPECT_TRUE(result.error.empty() || std::find(std::begin(accepted), std::end(accepted),
+                                                          result.error) != std::end(accepted))
+                << result.error;
         }
         if (!happened) {
-            EXPECT_TRUE(good);
+            EXPECT_TRUE(result.text);
             break;
         }
     }
     EXPECT_GT(failures, 5);
 }
 
-TEST(DecryptContent, ThrowsWhenMemoryRunsOut) {
-    for (std::size_t n = 1;; ++n) {
-        ToggleFileRecord record = recordOf(test::kEncryptedDocument, true);
-        bool happened = false;
-        {
-            const test::FailingAllocation failure(n);
-            try {
-                decryptContent(record, "System");
-            } catch (const std::bad_alloc&) {
-            }
-            happened = failure.happened();
-        }
-        if (!happened) {
-            EXPECT_GT(n, 1U);
-            EXPECT_EQ(contentOf(record), test::kSampleDocument);
-            break;
-        }
-        EXPECT_EQ(contentOf(record), test::kEncryptedDocument);
-    }
-}
-
-TEST(DecryptContent, LeavesNoPlainTextInFreedMemory) {
+TEST_F(DecryptContent, LeavesNoPlainTextInFreedMemory) {
     // So long that it is read in several pieces, with the watched text in each of them.
     constexpr std::string_view kFeature = R"("a-feature-with-a-long-name":true,)";
     std::string document = "{";
@@ -178,15 +154,14 @@ TEST(DecryptContent, LeavesNoPlainTextInFreedMemory) {
     }
     const std::string envelope = test::sealed(document, "System");
 
-    ToggleFileRecord record = recordOf(envelope, true);
-    ToggleFileRecord refused = recordOf(envelope, false);
-    {
-        const test::FreedMemoryWatch watch(kFeature, test::WatchedMemory::OfCryptoLibraryToo);
-        EXPECT_TRUE(decryptContent(record, "System"));
-        EXPECT_FALSE(decryptContent(refused, "System"));
-        EXPECT_EQ(watch.sightings(), 0);
+    const test::FreedMemoryWatch watch(kFeature, test::WatchedMemory::OfCryptoLibraryToo);
+    for (const bool isSigned : {false, true}) {
+        std::string error;
+        const std::optional<SecretBytes> text =
+            decryptContent({envelope.begin(), envelope.end()}, "System", isSigned, error);
+        EXPECT_EQ(text.has_value(), !isSigned);
     }
-    EXPECT_EQ(contentOf(record), document);
+    EXPECT_EQ(watch.sightings(), 0);
 }
 
 TEST(ProtectedCipher, IsABlockCipherWithAnIvAndNoTag) {

@@ -3,7 +3,7 @@
 #include "support/fake_platform.h"
 #include "support/hostile_files.h"
 #include "support/protected_samples.h"
-#include "trust/crypto_library.h"
+#include "trust/certificate.h"
 #include "trust/crypto_objects.h"
 #include "trust/signature.h"
 
@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,13 +31,6 @@ namespace {
 constexpr const char* kCertificatePath = "C:\\data\\mosk.cert.pem";
 constexpr const char* kNotVerified = "Verification failure\n";
 
-struct CertificateDeleter {
-    void operator()(X509* certificate) const noexcept {
-        X509_free(certificate);
-    }
-};
-using X509Ptr = std::unique_ptr<X509, CertificateDeleter>;
-
 struct KeyDeleter {
     void operator()(EVP_PKEY* key) const noexcept {
         EVP_PKEY_free(key);
@@ -44,9 +38,9 @@ struct KeyDeleter {
 };
 using EvpKeyPtr = std::unique_ptr<EVP_PKEY, KeyDeleter>;
 
-X509Ptr decoded(const std::string& certificate) {
+CertificatePtr decoded(const std::string& certificate) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(certificate.data());
-    return X509Ptr(d2i_X509(nullptr, &bytes, static_cast<long>(certificate.size())));
+    return CertificatePtr(d2i_X509(nullptr, &bytes, static_cast<long>(certificate.size())));
 }
 
 std::string bytesOf(BIO* stream) {
@@ -57,17 +51,17 @@ std::string bytesOf(BIO* stream) {
 
 /// The signed document as it is after a change that leaves the signature good.
 std::string signedDocumentWith(const std::function<void(PKCS7* message)>& change) {
-    const CryptoStreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
+    const StreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
     const SignedDataPtr message(SMIME_read_PKCS7(input.get(), nullptr));
     change(message.get());
-    const CryptoStreamPtr output(BIO_new(BIO_s_mem()));
+    const StreamPtr output(BIO_new(BIO_s_mem()));
     EXPECT_EQ(SMIME_write_PKCS7(output.get(), message.get(), nullptr, 0), 1);
     return bytesOf(output.get());
 }
 
 std::string signedDocumentBeside(const std::string& certificate, int count = 1) {
     return signedDocumentWith([&](PKCS7* message) {
-        const X509Ptr other = decoded(certificate);
+        const CertificatePtr other = decoded(certificate);
         for (int i = 0; i < count; ++i) {
             EXPECT_EQ(PKCS7_add_certificate(message, other.get()), 1);
         }
@@ -126,13 +120,12 @@ protected:
 
     /// The load error; empty when the message is accepted.
     std::string errorOf(std::string_view message) {
-        ToggleFileRecord record;
-        record.type = KLB_ToggleFileType_Unsupported;
-        record.path = "C:\\data\\toggles.klb";
-        record.content.assign(message.begin(), message.end());
-        const bool good = verifySignature(record, platform.services());
-        EXPECT_EQ(good, record.error.empty());
-        return record.error;
+        std::string error;
+        const std::optional<SecretBytes> text =
+            verifySignature({message.begin(), message.end()}, "C:\\data\\toggles.klb", nullptr,
+                            platform.services(), error);
+        EXPECT_EQ(text.has_value(), error.empty());
+        return error;
     }
 
     test::FakePlatform platform;
@@ -308,13 +301,13 @@ TEST_F(MessageLimits, CallADamagedTextUnreadable) {
 /// An authority or signer, made by libcrypto.
 struct Holder {
     EvpKeyPtr key;
-    X509Ptr certificate;
+    CertificatePtr certificate;
 };
 
 /// One that an authority issued, or that issued itself.
 Holder makeHolder(const std::string& name, const Holder* issuer) {
     Holder holder{EvpKeyPtr(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256")),
-                  X509Ptr(X509_new())};
+                  CertificatePtr(X509_new())};
     X509* const certificate = holder.certificate.get();
     X509_set_version(certificate, 2);
     ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
@@ -347,11 +340,11 @@ TEST_F(MessageLimits, LetFewAuthoritiesStandBetweenSignersAndTheTrustedOne) {
         for (int i = 0; i <= c.authorities; ++i) {
             chain.push_back(makeHolder("holder " + std::to_string(i), &chain.back()));
         }
-        const CryptoStreamPtr pem(BIO_new(BIO_s_mem()));
+        const StreamPtr pem(BIO_new(BIO_s_mem()));
         PEM_write_bio_X509(pem.get(), chain.front().certificate.get());
         platform.files[kCertificatePath].bytes = bytesOf(pem.get());
 
-        const CryptoStreamPtr content(BIO_new_mem_buf(test::kSampleDocument, -1));
+        const StreamPtr content(BIO_new_mem_buf(test::kSampleDocument, -1));
         const SignedDataPtr message(
             PKCS7_sign(nullptr, nullptr, nullptr, content.get(), PKCS7_BINARY | PKCS7_PARTIAL));
         for (int i = 0; i < c.signers; ++i) {
@@ -363,7 +356,7 @@ TEST_F(MessageLimits, LetFewAuthoritiesStandBetweenSignersAndTheTrustedOne) {
             PKCS7_add_certificate(message.get(), chain[i].certificate.get());
         }
         PKCS7_final(message.get(), content.get(), PKCS7_BINARY);
-        const CryptoStreamPtr text(BIO_new(BIO_s_mem()));
+        const StreamPtr text(BIO_new(BIO_s_mem()));
         SMIME_write_PKCS7(text.get(), message.get(), nullptr, 0);
         EXPECT_EQ(errorOf(bytesOf(text.get())), c.error);
     }

@@ -4,12 +4,14 @@
 #include "support/fake_platform.h"
 #include "support/protected_samples.h"
 #include "trust/certificate.h"
-#include "trust/crypto_library.h"
 #include "trust/crypto_objects.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include <openssl/err.h>
 #include <openssl/pem.h>
@@ -20,96 +22,81 @@ namespace {
 constexpr const char* kPath = "C:\\data\\toggles.klb";
 constexpr const char* kCertificatePath = "C:\\data\\mosk.cert.pem";
 
+/// What verifying gave.
+struct Verified {
+    std::optional<std::string> text;
+    std::string error;
+
+    bool operator==(const Verified&) const = default;
+};
+
+const Verified kGood{test::kSampleDocument, ""};
+const Verified kFailed{std::nullopt, "Verification failure\n"};
+
 class VerifySignature : public testing::Test {
 protected:
     VerifySignature() {
         initializeCryptoLibrary();
         ERR_clear_error();
-        registry.platform = &platform.services();
         platform.files[kCertificatePath].bytes = test::kSignerCertificate;
     }
 
-    static ToggleFileRecord recordOf(std::string_view content) {
-        ToggleFileRecord record;
-        record.type = KLB_ToggleFileType_Unsupported;
-        record.path = kPath;
-        record.content.assign(content.begin(), content.end());
-        return record;
-    }
-
-    static std::string contentOf(const ToggleFileRecord& record) {
-        return {record.content.begin(), record.content.end()};
+    Verified verified(std::string_view message) {
+        Verified result;
+        const std::optional<SecretBytes> text =
+            verifySignature({message.begin(), message.end()}, kPath, certificate.get(),
+                            platform.services(), result.error);
+        if (text) {
+            result.text.emplace(text->begin(), text->end());
+        }
+        return result;
     }
 
     test::FakePlatform platform;
-    Registry registry;
+    CertificatePtr certificate;
 };
 
-TEST_F(VerifySignature, LeavesTheSignedBytes) {
-    ToggleFileRecord record = recordOf(test::kSignedDocument);
-    EXPECT_TRUE(verifySignature(record, platform.services()));
-    EXPECT_EQ(contentOf(record), test::kSampleDocument);
-    EXPECT_EQ(record.error, "");
+TEST_F(VerifySignature, GivesTheSignedBytes) {
+    EXPECT_EQ(verified(test::kSignedDocument), kGood);
 }
 
-TEST_F(VerifySignature, UsesTheRecordsCertificateAndReadsNoFile) {
-    setCertificateData(registry, test::kSignerCertificate);
-    ASSERT_NE(registry.certificate, nullptr);
-    ToggleFileRecord record = recordOf(test::kSignedDocument);
-    record.certificate = registry.certificate.get();
-    EXPECT_TRUE(verifySignature(record, platform.services()));
+TEST_F(VerifySignature, UsesTheGivenCertificateAndReadsNoFile) {
+    EXPECT_EQ(readCertificate(test::kSignerCertificate, certificate), nullptr);
+    EXPECT_EQ(verified(test::kSignedDocument), kGood);
     EXPECT_EQ(platform.files[kCertificatePath].opened, 0);
 }
 
-TEST_F(VerifySignature, LeavesTheContentWhenItFails) {
+TEST_F(VerifySignature, SaysWhyItFails) {
     platform.files.clear();
-    struct Case {
-        const char* name;
-        std::string content;
-        const char* error;
-    };
-    const Case cases[] = {
-        {"no certificate", test::kSignedDocument, "Verification failure\n"},
-        {"not signed", test::kSampleDocument, "Error reading S/MIME message\n"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        ToggleFileRecord record = recordOf(c.content);
-        EXPECT_FALSE(verifySignature(record, platform.services()));
-        EXPECT_EQ(record.error, c.error);
-        EXPECT_EQ(contentOf(record), c.content);
-    }
+    EXPECT_EQ(verified(test::kSignedDocument), kFailed);
+    EXPECT_EQ(verified(test::kSampleDocument),
+              (Verified{std::nullopt, "Error reading S/MIME message\n"}));
 }
 
 TEST_F(VerifySignature, ACertificateFileThatCannotBeReadIsNotReported) {
     const auto verifyWith = [&](const test::FakeFile& file) {
         platform.files[kCertificatePath] = file;
-        ToggleFileRecord record = recordOf(test::kSignedDocument);
-        EXPECT_FALSE(verifySignature(record, platform.services()));
-        return record.error;
+        return verified(test::kSignedDocument);
     };
     const std::string pem = test::kSignerCertificate;
-    EXPECT_EQ(verifyWith({.bytes = "", .claimedSize = {}}), "Verification failure\n");
-    EXPECT_EQ(verifyWith({.bytes = "no certificate\n"}), "Verification failure\n");
-    EXPECT_EQ(verifyWith({.bytes = pem.substr(0, pem.size() / 2)}), "Verification failure\n");
-    EXPECT_EQ(verifyWith({.bytes = pem, .claimedSize = pem.size() + 1}), "Verification failure\n");
-    EXPECT_EQ(verifyWith({.bytes = pem, .sizeUnknown = true}), "Verification failure\n");
+    EXPECT_EQ(verifyWith({.bytes = "", .claimedSize = {}}), kFailed);
+    EXPECT_EQ(verifyWith({.bytes = "no certificate\n"}), kFailed);
+    EXPECT_EQ(verifyWith({.bytes = pem.substr(0, pem.size() / 2)}), kFailed);
+    EXPECT_EQ(verifyWith({.bytes = pem, .claimedSize = pem.size() + 1}), kFailed);
+    EXPECT_EQ(verifyWith({.bytes = pem, .sizeUnknown = true}), kFailed);
 }
 
 TEST_F(VerifySignature, ACertificateFileMayHaveAMebibyte) {
     std::string& bytes = platform.files[kCertificatePath].bytes;
     bytes.resize(1024 * 1024, '\n');
-    ToggleFileRecord record = recordOf(test::kSignedDocument);
-    EXPECT_TRUE(verifySignature(record, platform.services()));
+    EXPECT_EQ(verified(test::kSignedDocument), kGood);
 
     bytes += '\n';
-    ToggleFileRecord other = recordOf(test::kSignedDocument);
-    EXPECT_FALSE(verifySignature(other, platform.services()));
-    EXPECT_EQ(other.error, "Verification failure\n");
+    EXPECT_EQ(verified(test::kSignedDocument), kFailed);
 }
 
 std::string textOf(PKCS7* message) {
-    const CryptoStreamPtr output(BIO_new(BIO_s_mem()));
+    const StreamPtr output(BIO_new(BIO_s_mem()));
     EXPECT_EQ(SMIME_write_PKCS7(output.get(), message, nullptr, 0), 1);
     char* bytes = nullptr;
     const long size = BIO_get_mem_data(output.get(), &bytes);
@@ -118,7 +105,7 @@ std::string textOf(PKCS7* message) {
 
 /// The signed document with its digest algorithm that many times.
 std::string signedDocumentWithDigests(int digests) {
-    const CryptoStreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
+    const StreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
     const SignedDataPtr message(SMIME_read_PKCS7(input.get(), nullptr));
     STACK_OF(X509_ALGOR)* all = message->d.sign->md_algs;
     while (sk_X509_ALGOR_num(all) > digests) {
@@ -134,45 +121,43 @@ TEST_F(VerifySignature, RefusesAMessageWithoutDigestsOrWithMany) {
     for (const int digests : {1, 16, 0, 17, 50'000}) {
         SCOPED_TRACE(digests);
         const bool accepted = digests >= 1 && digests <= 16;
-        ToggleFileRecord record = recordOf(signedDocumentWithDigests(digests));
-        EXPECT_EQ(verifySignature(record, platform.services()), accepted);
-        EXPECT_EQ(record.error, accepted ? "" : "Verification failure\n");
+        EXPECT_EQ(verified(signedDocumentWithDigests(digests)), accepted ? kGood : kFailed);
     }
 }
 
 TEST_F(VerifySignature, RefusesADetachedMessageWithoutDigestsAndContent) {
     // The structure of the signed document without its digest and its content, which the first part
     // stands for.
-    const CryptoStreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
+    const StreamPtr input(BIO_new_mem_buf(test::kSignedDocument, -1));
     const SignedDataPtr message(SMIME_read_PKCS7(input.get(), nullptr));
     STACK_OF(X509_ALGOR)* digests = message->d.sign->md_algs;
     X509_ALGOR_free(sk_X509_ALGOR_pop(digests));
     ASN1_OCTET_STRING_free(message->d.sign->contents->d.data);
     message->d.sign->contents->d.data = nullptr;
-    const CryptoStreamPtr armour(BIO_new(BIO_s_mem()));
+    const StreamPtr armour(BIO_new(BIO_s_mem()));
     EXPECT_EQ(PEM_write_bio_PKCS7(armour.get(), message.get()), 1);
     char* bytes = nullptr;
     const long size = BIO_get_mem_data(armour.get(), &bytes);
     const std::string pem(bytes, static_cast<std::size_t>(size));
     const std::size_t begin = pem.find('\n') + 1;
     const std::string base64 = pem.substr(begin, pem.find("-----END") - begin);
-    ToggleFileRecord record = recordOf(
-        "MIME-Version: 1.0\nContent-Type: multipart/signed; "
-        "protocol=\"application/x-pkcs7-signature\"; micalg=\"sha-256\"; boundary=\"part\"\n\n"
-        "--part\n\n--part\nContent-Type: application/x-pkcs7-signature; name=\"smime.p7s\"\n"
-        "Content-Transfer-Encoding: base64\n\n" +
-        base64 + "\n--part--\n");
-    EXPECT_FALSE(verifySignature(record, platform.services()));
-    EXPECT_EQ(record.error, "Verification failure\n");
+    EXPECT_EQ(
+        verified(
+            "MIME-Version: 1.0\nContent-Type: multipart/signed; "
+            "protocol=\"application/x-pkcs7-signature\"; micalg=\"sha-256\"; boundary=\"part\"\n\n"
+            "--part\n\n--part\nContent-Type: application/x-pkcs7-signature; name=\"smime.p7s\"\n"
+            "Content-Transfer-Encoding: base64\n\n" +
+            base64 + "\n--part--\n"),
+        kFailed);
 }
 
 TEST_F(VerifySignature, RefusesSignedDataThatIsNotThere) {
     // The identifier of signed data in a sequence that ends behind it.
-    ToggleFileRecord record = recordOf(
-        "MIME-Version: 1.0\nContent-Type: application/x-pkcs7-mime; smime-type=signed-data\n"
-        "Content-Transfer-Encoding: base64\n\nMAsGCSqGSIb3DQEHAg==\n");
-    EXPECT_FALSE(verifySignature(record, platform.services()));
-    EXPECT_EQ(record.error, "Verification failure\n");
+    EXPECT_EQ(
+        verified(
+            "MIME-Version: 1.0\nContent-Type: application/x-pkcs7-mime; smime-type=signed-data\n"
+            "Content-Transfer-Encoding: base64\n\nMAsGCSqGSIb3DQEHAg==\n"),
+        kFailed);
 }
 
 TEST_F(VerifySignature, ACertificateFileMayHaveTwoHundredEntries) {
@@ -181,20 +166,16 @@ TEST_F(VerifySignature, ACertificateFileMayHaveTwoHundredEntries) {
         pem += test::kSignerCertificate;
     }
     platform.files[kCertificatePath].bytes = pem;
-    ToggleFileRecord record = recordOf(test::kSignedDocument);
-    EXPECT_TRUE(verifySignature(record, platform.services()));
+    EXPECT_EQ(verified(test::kSignedDocument), kGood);
 
     platform.files[kCertificatePath].bytes = pem + test::kSignerCertificate;
-    ToggleFileRecord other = recordOf(test::kSignedDocument);
-    EXPECT_FALSE(verifySignature(other, platform.services()));
-    EXPECT_EQ(other.error, "Verification failure\n");
+    EXPECT_EQ(verified(test::kSignedDocument), kFailed);
 }
 
 TEST_F(VerifySignature, EveryCertificateOfTheFileIsTrusted) {
     platform.files[kCertificatePath].bytes =
         std::string("comment\n") + test::kSignerCertificate + test::kSignerCertificate;
-    ToggleFileRecord record = recordOf(test::kSignedDocument);
-    EXPECT_TRUE(verifySignature(record, platform.services()));
+    EXPECT_EQ(verified(test::kSignedDocument), kGood);
 }
 
 TEST_F(VerifySignature, LeavesTheThreadsErrorQueueAsItWas) {
@@ -203,8 +184,7 @@ TEST_F(VerifySignature, LeavesTheThreadsErrorQueueAsItWas) {
             ERR_put_error(ERR_LIB_USER, 0, 42, "host", 1);
         }
         for (const char* content : {test::kSignedDocument, test::kSampleDocument}) {
-            ToggleFileRecord record = recordOf(content);
-            verifySignature(record, platform.services());
+            verified(content);
         }
         EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), before ? 42 : 0);
         EXPECT_EQ(ERR_get_error(), 0U);
@@ -220,32 +200,28 @@ TEST_F(VerifySignature, SurvivesEveryFailedAllocationOfTheCryptoLibrary) {
         "Error loading file: C:\\data\\mosk.cert.pem\nsetup_verify error\n",
         "Verification failure\n",
     };
-    // What the crypto library sets up once and for all has to be there: it cannot be repeated.
-    ToggleFileRecord first = recordOf(test::kSignedDocument);
-    ASSERT_TRUE(verifySignature(first, platform.services()));
+    // What libcrypto sets up once and for all has to be there: it cannot be repeated.
+    ASSERT_EQ(verified(test::kSignedDocument), kGood);
     int failures = 0;
     for (std::size_t n = 1;; ++n) {
         SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
-        ToggleFileRecord record = recordOf(test::kSignedDocument);
-        bool good = false;
+        Verified result;
         bool happened = false;
         {
             const test::FailingAllocation failure(n, test::MemorySource::Crypto);
-            good = verifySignature(record, platform.services());
+            result = verified(test::kSignedDocument);
             happened = failure.happened();
         }
-        if (good) {
-            EXPECT_EQ(contentOf(record), test::kSampleDocument);
-            EXPECT_EQ(record.error, "");
+        if (result.text) {
+            EXPECT_EQ(result, kGood);
         } else {
             ++failures;
-            EXPECT_EQ(contentOf(record), test::kSignedDocument);
-            EXPECT_NE(std::find(std::begin(accepted), std::end(accepted), record.error),
+            EXPECT_NE(std::find(std::begin(accepted), std::end(accepted), result.error),
                       std::end(accepted))
-                << record.error;
+                << result.error;
         }
         if (!happened) {
-            EXPECT_TRUE(good);
+            EXPECT_TRUE(result.text);
             break;
         }
     }

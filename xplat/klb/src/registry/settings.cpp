@@ -1,4 +1,4 @@
-#include "registry/file_places.h"
+#include "registry/settings.h"
 
 #include "core/message_reporter.h"
 
@@ -37,6 +37,25 @@ void setOverridePath(Registry& registry, const char* overridePath) {
     }
     path += kOverrideFileName;
     registry.overridePath = std::move(path);
+}
+
+void setCertificateData(Registry& registry, const char* certificateData) {
+    SignerCheck& signers = registry.signers;
+    if (signers.certificate) {
+        reportDomainError("setCertificateData: certificate data has already been set.");
+        return;
+    }
+    if (registry.anythingRegistered()) {
+        reportDomainError("setCertificateData: must be called before any registration routines.");
+        return;
+    }
+    signers.skipSignatureCheck = certificateData == nullptr;
+    if (certificateData == nullptr) {
+        return;
+    }
+    if (const char* error = readCertificate(certificateData, signers.certificate)) {
+        reportDomainError(error);
+    }
 }
 
 std::string overrideFilePath(const Registry& registry) {

@@ -1,6 +1,4 @@
-#include "core/toggle_order.h"
-
-#include "core/records.h"
+#include "registry/registry.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +17,7 @@ protected:
     std::string text() const {
         std::string keys;
         for (const ToggleRecord* toggle : toggles.inKeyOrder()) {
-            keys += std::string(toggle->key()) + "|";
+            keys += std::string(toggle->key) + "|";
         }
         return keys;
     }
@@ -53,10 +51,10 @@ TEST(CreateToggle, PutsTheKeyBehindTheRecord) {
     const std::string longKey(100'000, 'k');
     for (const std::string& key : {std::string(), std::string("/a"), longKey}) {
         const ToggleRecord& toggle = createToggle(key, memory);
-        EXPECT_EQ(toggle.key(), key);
+        EXPECT_EQ(toggle.key, key);
         EXPECT_EQ(nameOf(toggle), key);
         EXPECT_FALSE(toggle.value());
-        EXPECT_EQ(toggle.addedProperties, nullptr);
+        EXPECT_EQ(toggle.comment, nullptr);
     }
 }
 

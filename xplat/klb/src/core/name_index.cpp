@@ -1,4 +1,4 @@
-#include "core/name_hash.h"
+#include "core/name_index.h"
 
 #include <atomic>
 #include <chrono>
@@ -23,8 +23,8 @@ std::uint64_t drawSeed() noexcept {
 } // namespace
 
 std::uint64_t hashSeed() noexcept {
-    // Drawing one takes longer than filling an index of a hundred names. 0 says that none is there
-    // yet; a variable with a guard would keep memory with some C++ runtimes.
+    // Drawing one takes longer than filling an index of a hundred names. 0 means none has been
+    // drawn yet; some C++ runtimes would leak memory for a variable with a guard.
     static constinit std::atomic<std::uint64_t> kept{0};
     std::uint64_t seed = kept.load(std::memory_order_relaxed);
     if (seed == 0) {

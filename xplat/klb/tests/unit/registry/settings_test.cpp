@@ -1,4 +1,4 @@
-#include "registry/file_places.h"
+#include "registry/settings.h"
 
 #include "support/fake_platform.h"
 

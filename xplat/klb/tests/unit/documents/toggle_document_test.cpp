@@ -1,4 +1,4 @@
-#include "documents/document_lookup.h"
+#include "documents/toggle_document.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +16,7 @@ std::unique_ptr<ToggleDocument> documentOf(const std::string& text) {
 }
 
 std::optional<bool> lookUp(ToggleDocument& document, std::string_view key) {
-    bool found = false;
-    const bool value = lookupDocumentValue(key, false, found, document, document.root);
-    return found ? std::optional<bool>(value) : std::nullopt;
+    return lookupDocumentValue(key, document, document.root);
 }
 
 /// An object text with the given members first and enough others to be indexed.
@@ -75,21 +73,10 @@ TEST(LookupDocumentValue, WalksObjectsToABoolean) {
     }
 }
 
-TEST(LookupDocumentValue, NeverClearsTheFlag) {
-    const auto document = documentOf(R"({"n":1})");
-    bool found = true;
-    EXPECT_TRUE(lookupDocumentValue("/missing", true, found, *document, document->root));
-    EXPECT_TRUE(found);
-    EXPECT_FALSE(lookupDocumentValue("/n", true, found, *document, document->root));
-    EXPECT_TRUE(found);
-}
-
-TEST(LookupDocumentValue, LeavesTheValueInHandWhereAnObjectStands) {
-    const auto document = documentOf(R"({"o":{"KLB_DefaultValue":false}})");
-    bool found = false;
-    EXPECT_TRUE(lookupDocumentValue("/o", true, found, *document, document->root));
-    EXPECT_FALSE(lookupDocumentValue("/o", false, found, *document, document->root));
-    EXPECT_FALSE(found);
+TEST(LookupDocumentValue, ATreeThatIsNoObjectHasNoEntries) {
+    const auto document = documentOf("true");
+    EXPECT_EQ(lookUp(*document, "/a"), std::nullopt);
+    EXPECT_EQ(lookUp(*document, ""), std::nullopt);
 }
 
 TEST(LookupDocumentValue, IndexesOnlyWideObjectsAndEachOnce) {

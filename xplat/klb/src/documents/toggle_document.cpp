@@ -1,17 +1,17 @@
-#include "documents/document_lookup.h"
+#include "documents/toggle_document.h"
 
 namespace klb {
 
 namespace {
 
-// Up to here comparing names one by one is as fast as an index, and takes no memory.
+// Up to here comparing the names one by one is as fast as an index, and takes no memory.
 constexpr rapidjson::SizeType kMaxMembersWithoutIndex = 16;
 
 MemberIndex indexMembers(const JsonValue& object) {
     MemberIndex index;
     index.reserve(object.MemberCount());
     for (auto member = object.MemberBegin(); member != object.MemberEnd(); ++member) {
-        // Of members with the same name the first one counts.
+        // The first of several members with one name counts.
         index.insert(*member);
     }
     return index;
@@ -41,30 +41,24 @@ const JsonValue* findMember(ToggleDocument& document, const JsonValue& object,
     return nullptr;
 }
 
-bool lookupDocumentValue(std::string_view key, bool valueInHand, bool& found,
-                         ToggleDocument& document, const JsonValue& tree) {
-    const JsonValue* object = &tree;
-    while (key.starts_with('/') && object->IsObject()) {
+std::optional<bool> lookupDocumentValue(std::string_view key, ToggleDocument& document,
+                                        const JsonValue& tree) {
+    const JsonValue* entry = &tree;
+    do {
+        if (!key.starts_with('/') || !entry->IsObject()) {
+            return std::nullopt;
+        }
         key.remove_prefix(1);
-        const std::size_t slash = key.find('/');
-        const JsonValue* entry = findMember(document, *object, key.substr(0, slash));
+        const std::string_view name = key.substr(0, key.find('/'));
+        entry = findMember(document, *entry, name);
         if (entry == nullptr) {
-            return valueInHand;
+            return std::nullopt;
         }
-        if (slash != std::string_view::npos) {
-            object = entry;
-            key.remove_prefix(slash);
-            continue;
-        }
-        if (entry->IsBool()) {
-            found = true;
-            return entry->GetBool();
-        }
-        // An object has no value of its own, whatever its members say: "KLB_DefaultValue" has its
-        // meaning in a toggle's properties, not here.
-        return entry->IsObject() && valueInHand;
-    }
-    return valueInHand;
+        key.remove_prefix(name.size());
+    } while (!key.empty());
+    // An object has no value of its own, whatever its members: "KLB_DefaultValue" means something
+    // in the default toggle report only.
+    return entry->IsBool() ? std::optional<bool>(entry->GetBool()) : std::nullopt;
 }
 
 } // namespace klb
