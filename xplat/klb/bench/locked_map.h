@@ -3,6 +3,8 @@
 
 #include "plain_records.h"
 
+#include "core/spinning_mutex.h"
+
 #include <cstring>
 #include <mutex>
 #include <string>
@@ -13,7 +15,7 @@
 
 namespace klb::bench {
 
-/// The least that a registry with a lock can do to answer a query.
+/// The least that a registry with a lock like the library's can do to answer a query.
 class LockedMap {
 public:
     explicit LockedMap(const std::vector<std::string>& keys) {
@@ -30,7 +32,7 @@ public:
     }
 
 private:
-    std::mutex lock_;
+    SpinningMutex lock_;
     PlainRecords records_;
     absl::flat_hash_map<absl::string_view, PlainRecord*> map_;
 };

@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -64,22 +63,6 @@ void compareWithMap(benchmark::State& state, const Query& query, std::size_t cou
         [&] { return timeQueries(queries, findAllIn(map)); });
 }
 
-void compareWithMutex(benchmark::State& state, const Query& query, std::size_t count) {
-    const std::vector<std::string> keys = makeKeys(kGroups, count);
-    const std::vector<const char*> queries = drawQueries(keys);
-    const QuerySession session(keys, query.dynamic);
-    std::mutex mutex;
-    measurePairs(
-        state, [&] { return timeQueries(queries, query.askAll); },
-        [&] {
-            return timeQueries(queries, [&](const auto& all) {
-                for (std::size_t i = 0; i < all.size(); ++i) {
-                    const std::lock_guard guard(mutex);
-                }
-            });
-        });
-}
-
 void compareUnknownKey(benchmark::State& state, std::size_t count) {
     const std::vector<std::string> known = makeKeys(kGroups, count);
     const std::vector<std::string> unknown = makeUnknownKeys(known);
@@ -108,16 +91,12 @@ void addQueryRows() {
         for (const std::size_t count : kCounts) {
             addRow(query.what, floors::kMap, count, Pairs::kMany,
                    [&query, count](auto& state) { compareWithMap(state, query, count); });
-            if (count != kLargeCount) {
-                addRow(query.what, floors::kMutex, count, Pairs::kMany,
-                       [&query, count](auto& state) { compareWithMutex(state, query, count); });
-            }
         }
     }
     for (const std::size_t count : kCounts) {
         addRow("KLB_GetToggle, unknown key", floors::kRegisteredKey, count, Pairs::kMany,
                [count](auto& state) { compareUnknownKey(state, count); });
-        addRow("KLB_GetToggle, two threads", floors::kMapTwoThreads, count, Pairs::kSome,
+        addRow("KLB_GetToggle, two threads", floors::kMapTwoThreads, count, Pairs::kMany,
                [count](auto& state) { compareTwoThreads(state, count); });
     }
 }

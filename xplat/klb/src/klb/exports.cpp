@@ -12,6 +12,12 @@
 #include <mutex>
 #include <utility>
 
+namespace klb {
+
+LibraryState processState;
+
+} // namespace klb
+
 namespace {
 
 using klb::LockedManager;

@@ -2,33 +2,12 @@
 #define KLB_KLB_LIBRARY_STATE_H
 
 #include "core/message_reporter.h"
+#include "core/spinning_mutex.h"
 #include "klb/manager.h"
 
 #include <mutex>
 
 namespace klb {
-
-/// A mutex that a waiting thread tries for some microseconds before it sleeps. Most calls hold the
-/// library lock for less time than it takes to fall asleep and wake up.
-class SpinningMutex {
-public:
-    void lock() {
-        if (!mutex_.try_lock()) {
-            wait();
-        }
-    }
-    bool try_lock() {
-        return mutex_.try_lock();
-    }
-    void unlock() {
-        mutex_.unlock();
-    }
-
-private:
-    void wait();
-
-    std::mutex mutex_;
-};
 
 /// What the process keeps for the library besides the message callback.
 struct LibraryState {
