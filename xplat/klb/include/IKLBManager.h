@@ -63,7 +63,7 @@ struct IKLBManager : IKLBManager1 {
 
 // Of the manager. Its QueryInterface() knows these two interfaces and those named
 // KLB_IID_IOBXUnknown and KLB_IID_IOBXSingleton; it answers any other identifier with success and
-// leaves the output as it was, so set that to null beforehand.
+// leaves the output as it was, so set that to null first.
 constexpr OBXGuid KLB_IID_IKLBManager = {
     0x5E57F703, 0x0FA1, 0x3B38, {0xBB, 0x53, 0x51, 0xD7, 0x7F, 0x6B, 0x53, 0xAC}};
 constexpr OBXGuid KLB_IID_IKLBManager1 = {

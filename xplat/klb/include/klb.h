@@ -25,15 +25,16 @@
 /// or without a callback, and leaves the library usable.
 ///
 /// \par Hosts with another C++ runtime
-/// C++ exceptions reach a host that shares this library's C++ runtime conventions. Any other one,
-/// as a host made with a Microsoft-compatible compiler for a library made with MinGW-w64, must
-/// install a message callback before anything else; what is thrown in spite of it ends the process.
+/// C++ exceptions reach a host that shares this library's C++ runtime conventions. Any other host,
+/// such as one built with a Microsoft-compatible compiler for a library built with MinGW-w64, must
+/// install a message callback before anything else; an exception thrown anyway terminates the
+/// process.
 /// A build of the library's sources with Microsoft's compiler gives such a host the exceptions.
 ///
 /// \par Threads
 /// Every function may be called from any thread at any time. One non-recursive lock serialises
 /// them: it is held for the whole call, file reading and the message callback included. A callback
-/// must therefore not call back into the library; it would wait for itself for ever.
+/// must therefore not call back into the library: it would deadlock.
 ///
 /// \par Texts
 /// All texts are NUL-terminated bytes; keys and tokens are compared byte for byte, file names are
@@ -51,7 +52,7 @@
 /// | of fewer than N bytes   | its size    | the beginning of the text, the last byte NUL  |
 /// | of 0 bytes              | 0           | nothing                                       |
 ///
-/// An override information without any line is no text at all: N is 0, and no buffer is touched.
+/// If there is nothing to list, KLB_GetOverrideInfoString() returns 0 and leaves the buffer alone.
 /// A host asks twice, here for a std::string without the NUL:
 /// \code
 /// unsigned long long size = KLB_GetDefaultToggleJson("Editor", "2.1", nullptr, 0);
@@ -60,8 +61,8 @@
 /// text.resize(size == 0 ? 0 : size - 1);
 /// \endcode
 /// Both calls do the whole work. The library keeps the memory of each JSON document that it built,
-/// some 130 bytes for each toggle and each call, until KLB_Term(): make reports when somebody asks
-/// for them, not on a timer.
+/// some 130 bytes for each toggle and each call, until KLB_Term(): request reports on demand, not
+/// on a timer.
 
 #ifndef KLB_H
 #define KLB_H
@@ -91,8 +92,8 @@ enum KLB_MessageType : int {
     KLB_MessageType_Warning = 2
 };
 
-/// What kind of toggle file a host registers. Any other value than those named here is accepted
-/// too and read like a protected file.
+/// The kind of a toggle file. A value that is not named here is accepted too, and its file is read
+/// like a protected one.
 enum KLB_ToggleFileType : int {
     /// Refused by KLB_RegisterToggleFile().
     KLB_ToggleFileType_Invalid = 0,
@@ -176,7 +177,7 @@ KLB_API void KLB_InitMessageProc(KLB_MessageProc proc);
 KLB_API void KLB_SetOverridePath(const char* overridePath);
 
 /// Sets the certificate that the signers of protected toggle files are checked against, in place of
-/// the certificates beside each file, in mosk.cert.pem, and in the crypto library's default
+/// the certificates beside each file, in mosk.cert.pem, and in libcrypto's default
 /// directory. At most once, and before any registration.
 ///
 /// \param certificateData A PEM text, of whose certificates the first one counts. Copied. Null
@@ -272,7 +273,7 @@ KLB_API void KLB_RegisterToggleFile(KLB_ToggleFileType toggleFileType, const cha
 /// Any.
 KLB_API bool KLB_IsToggleFileRegistered(const char* toggleFileToken);
 
-/// Registers a static toggle and settles its value. Registering the same key with the same token
+/// Registers a static toggle and determines its value. Registering the same key with the same token
 /// again does nothing; the first default and the first kind, static or dynamic, stay.
 ///
 /// The first registration with overrides enabled also registers the override file, whose errors are
@@ -338,7 +339,7 @@ KLB_API bool KLB_IsToggleRegistered(const char* toggleKey);
 /// Any.
 KLB_API bool KLB_IsDynamicToggleRegistered(const char* toggleKey);
 
-/// Gives the value of a static toggle.
+/// Returns the value of a static toggle.
 ///
 /// \param toggleKey The key. Must not be null, and must begin with "/".
 /// \return The value; false after an error and for a key that was never registered. The latter is
@@ -355,7 +356,7 @@ KLB_API bool KLB_IsDynamicToggleRegistered(const char* toggleKey);
 /// Any. Takes the lock once; allocates nothing but the texts of messages.
 KLB_API bool KLB_GetToggle(const char* toggleKey);
 
-/// Gives the current value of a dynamic toggle.
+/// Returns the current value of a dynamic toggle.
 ///
 /// \param toggleKey As for KLB_GetToggle().
 /// \return As for KLB_GetToggle().
@@ -408,7 +409,7 @@ KLB_API void KLB_AddToggleComment(const char* toggleKey, const char* comment);
 /// Lists the toggles that a toggle file or the override file set to another value than their
 /// default, by file: a line "token : path" for each such file, in the order of the tokens' bytes,
 /// and below it a line "key : true" or "key : false" for each of its toggles, in the order of the
-/// keys' bytes, with the value of now. In front stands "DeviceID : " with this computer's device
+/// keys' bytes, with its current value. The first line is "DeviceID : " with this computer's device
 /// identifier, if KLB_Init() took the system identifier from it. Each line ends with a line feed;
 /// nothing is escaped. A dynamic toggle that only the host changed is not listed.
 ///
@@ -447,9 +448,9 @@ KLB_API unsigned long long KLB_GetOverrideInfoString(char* buffer, unsigned long
 ///     }
 /// }
 /// \endcode
-/// Toggle files stand in the order in which their tokens became known, without the override file
-/// and without tokens that a toggle named first; toggles in the order of their keys' bytes, as
-/// objects in objects by the segments of their keys. Left out is a toggle whose key does not begin
+/// Toggle files are listed in the order in which their tokens became known, without the override
+/// file and without tokens that a toggle named first; toggles in the order of their keys' bytes, as
+/// nested objects by the segments of their keys. Left out is a toggle whose key does not begin
 /// with "/" or has the name of another toggle's property as a segment below that toggle.
 ///
 /// \param moduleName The name of the asking module, or null to leave it out.
@@ -460,8 +461,9 @@ KLB_API unsigned long long KLB_GetOverrideInfoString(char* buffer, unsigned long
 /// \par Before KLB_Init
 /// 0, without a message; the buffer is not touched.
 /// \par Errors
-/// std::length_error for a text beyond 1 GiB, with or without a callback. The indentation of a key
-/// grows with the square of the number of its segments.
+/// None of its own. std::bad_alloc, with or without a callback, when there is no memory for the
+/// document, or when one of its texts has 4 GiB or more; the buffer is not touched. The indentation
+/// of a key grows with the square of the number of its segments.
 /// \par Threads
 /// Any.
 KLB_API unsigned long long KLB_GetDefaultToggleJson(const char* moduleName,

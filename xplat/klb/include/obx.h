@@ -28,9 +28,9 @@ typedef int32_t OBXResult;
 struct IOBXUnknown {
     /// Gives another interface of the same object.
     virtual OBXResult QueryInterface(const OBXGuid& iid, void** out) = 0;
-    /// Adds a reference; gives the count.
+    /// Adds a reference; returns the count.
     virtual uint32_t AddRef() = 0;
-    /// Gives a reference back; gives the count.
+    /// Releases a reference; returns the count.
     virtual uint32_t Release() = 0;
 };
 

@@ -5,9 +5,9 @@
 
 namespace klb {
 
-// The host's message callback, and the one place that turns a text into its call or an exception.
-// The callback is process-wide and outlives the manager. It is stored under the library lock; it is
-// atomic because the null check of KLB_Init reads it without.
+// The host's message callback, and the one place that turns a text into a call to it or an
+// exception. The callback is process-wide and outlives the manager. It is stored under the library
+// lock; it is atomic because the null check of KLB_Init reads it without that lock.
 
 void setMessageCallback(KLB_MessageProc callback) noexcept;
 bool hasMessageCallback() noexcept;

@@ -21,8 +21,8 @@ bool isSame(const OBXGuid& left, const OBXGuid& right) noexcept {
            std::equal(std::begin(left.data4), std::end(left.data4), std::begin(right.data4));
 }
 
-/// Calls the registry under the library lock. A failure goes to the host's message sink and ends
-/// with a result of its own. A manager that KLB_Term destroyed while the call waited is not
+/// Calls the registry under the library lock. An exception goes to the host's message sink and
+/// becomes the result `failure`. A manager that KLB_Term destroyed while the call waited is not
 /// touched.
 template <class Result, class Call>
 Result guarded(const KLBMgr* manager, Publication& publication, Result failure,

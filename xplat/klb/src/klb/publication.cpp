@@ -52,7 +52,7 @@ HostPtr<IOBXComponentDefinition> define(IOBXComponentRegistry& registry) {
     return definition;
 }
 
-/// The definition of the manager's class, made if the host has none; possibly none if it has one.
+/// The definition of the manager's class, created if the host has none; may be null if it has one.
 HostPtr<IOBXComponentDefinition> findOrDefine(IOBXComponentRegistry& registry) {
     void* out = nullptr;
     const OBXResult result =

@@ -37,14 +37,14 @@ public:
     /// soon as it is known, even if a later step fails; from then on it does nothing.
     void publish(IOBXUnknown& host, IOBXUnknown& manager);
 
-    /// Takes the singleton back, if there is a host to take it from.
+    /// Unregisters the singleton, if there is a host.
     void withdraw();
 
     bool isPublished() const noexcept {
         return static_cast<bool>(identity_);
     }
 
-    /// Tells the host what went wrong, if it takes messages.
+    /// Sends the host an error message, if it takes messages.
     void report(const char* text) noexcept;
 
 private:

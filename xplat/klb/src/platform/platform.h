@@ -10,8 +10,8 @@
 
 namespace klb {
 
-// What the library asks of the operating system: platform_posix.cpp and platform_windows.cpp
-// answer.
+// What the library asks of the operating system; platform_posix.cpp and platform_windows.cpp
+// implement it.
 
 /// A regular file open for reading, positioned at its start.
 class InputFile {

@@ -22,9 +22,9 @@ bool ownsRuntime(HINSTANCE library) {
 
 } // namespace
 
-/// Gives back what the C++ runtime allocates when it is loaded and never frees: 73 KiB for
-/// exceptions that are thrown when memory has run out. Hosts that load the library over and over
-/// would lose them each time.
+/// Frees what the C++ runtime allocates when it is loaded and never frees itself: 73 KiB for
+/// exceptions that are thrown when memory has run out. A host that loads the library over and over
+/// would leak them each time.
 extern "C" BOOL WINAPI DllMain(HINSTANCE library, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_DETACH && processEnds == nullptr && ownsRuntime(library)) {
         __gnu_cxx::__freeres();

@@ -7,9 +7,8 @@
 
 namespace klb {
 
-/// Gives a report to the host while it is written: as much of the text as the host's buffer takes,
-/// and always a NUL behind it. Counts the rest, so that no copy of the text is needed. Also one of
-/// RapidJSON's output streams.
+/// Writes a report into the host's buffer: as much of the text as it takes, and a NUL behind it.
+/// Counts the rest, so that no copy of the text is needed. Also an output stream of RapidJSON's.
 class ReportBuffer {
 public:
     using Ch = char;
