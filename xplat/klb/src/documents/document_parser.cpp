@@ -49,7 +49,7 @@ private:
 };
 
 // RapidJSON 1.1.0 converts a number by an index that overflows: 0.0000000001e-2147483639 would
-// crash the host. So it hands numbers over as texts, and nobody asks what they are worth.
+// crash the host. So it hands numbers over as texts, whose values are never used.
 constexpr unsigned kParseFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag |
                                  rapidjson::kParseNumbersAsStringsFlag;
 
@@ -118,7 +118,7 @@ bool isDigit(char c) noexcept {
 }
 
 // RapidJSON counts decimals and exponents in ints, too. These overflow behind more leading zeros
-// than this, which no number has whose author did not mean harm.
+// than this, which only a malicious file has.
 constexpr std::size_t kMaxLeadingZeros = 214'000'000;
 
 /// Whether the exponent of a number with so many zeros behind its point makes it too big. RapidJSON
@@ -153,7 +153,7 @@ std::optional<LongNumber> findLongNumber(std::string_view text) noexcept {
     text = text.substr(0, text.find('\0'));
     bool isInString = false;
     std::size_t seen = 0;
-    // So many zeros pass one of these places.
+    // A run of so many zeros covers one of these places.
     for (std::size_t place = kMaxLeadingZeros; place < text.size(); place += kMaxLeadingZeros) {
         const std::size_t point = text.find_last_not_of('0', place);
         const std::size_t zerosEnd = text.find_first_not_of('0', place);

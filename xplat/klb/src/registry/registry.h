@@ -38,7 +38,7 @@ struct ToggleState {
     }
     void setValue(bool value, bool byOverrideFile) noexcept {
         if (currentValue == value && overridden == byOverrideFile) {
-            // For a host that repeats itself, a store would cost more than this look.
+            // For a host that repeats itself, a store would cost more than this check.
             return;
         }
         currentValue = value;

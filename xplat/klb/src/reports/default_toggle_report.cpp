@@ -16,7 +16,7 @@ namespace klb {
 
 namespace {
 
-/// Tells a report to the document that is built of it.
+/// Feeds a report into the document that is being built.
 class Narrator {
 public:
     explicit Narrator(JsonDocument& document) : document_(document) {}

@@ -31,7 +31,7 @@ public:
     }
     void append(std::string_view text) noexcept;
 
-    /// How much of the text there has been so far.
+    /// The size of the text so far.
     std::uint64_t size() const noexcept {
         return size_;
     }

@@ -31,7 +31,7 @@ constexpr int kMaxNameConstraints = 16;
 constexpr int kMaxDepth = 8;
 // Those of content and of certificates: libcrypto verifies the chain of each signer anew.
 constexpr int kMaxVerifications = 12;
-// Anything else than signed data.
+// Anything other than signed data.
 constexpr std::size_t kMaxUnknownSize = 8 * 1024;
 
 constexpr std::size_t kMaxLineSize = 1023;
@@ -142,7 +142,7 @@ public:
         return line_[0] == '\r' || line_[0] == '\n' || line_[0] == '\0';
     }
     /// Whether libcrypto ends the headers of a part here, whose lines it has put together anew. It
-    /// does so at more lines than these.
+    /// also ends them at other lines.
     bool endsHeadersOfPart() const noexcept {
         const bool isEmpty =
             line_.ends_with('\n') && line_.find_first_not_of('\r') == line_.size() - 1;

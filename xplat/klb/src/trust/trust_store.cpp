@@ -78,8 +78,8 @@ struct Trusted {
     std::vector<RevocationListPtr> revocationLists;
 };
 
-/// Adds what an entry trusts, if it is of a kind that can; false when it is damaged, or fit to keep
-/// libcrypto busy.
+/// Adds what an entry trusts, if it is of a kind that can; false when it is damaged, or could stall
+/// libcrypto.
 bool addEntry(PemEntry& entry, Trusted& trusted) {
     const bool isTrusted = entry.is(PEM_STRING_X509_TRUSTED);
     const bool isCertificate =
