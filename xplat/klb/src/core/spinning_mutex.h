@@ -9,8 +9,8 @@
 
 namespace klb {
 
-/// A mutex that a waiting thread tries for some microseconds before it sleeps: falling asleep and
-/// waking up takes longer than most calls hold the library lock.
+/// A mutex that a waiting thread tries again a few times, for some microseconds at most, before it
+/// sleeps: falling asleep and waking up takes longer than most calls hold the library lock.
 class SpinningMutex {
 public:
     void lock() {

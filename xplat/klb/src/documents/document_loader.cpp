@@ -17,9 +17,9 @@ namespace {
 constexpr std::size_t kMinFileSize = 10;
 constexpr std::uint64_t kMaxFileSize = INT32_MAX;
 
-/// The bytes of a file; without them the result says why. Judges a plain file by its first byte
-/// before it reads the rest: one that is passed over costs every registration the same, however
-/// large it is.
+/// The bytes of a file; without them the result says why, unless the file is passed over. Judges a
+/// plain file by its first byte before it reads the rest: one that is passed over costs every
+/// registration the same, however large it is.
 std::optional<std::vector<char>> readFile(const std::string& path, bool isProtected,
                                           const Platform& platform, LoadResult& result) {
     const std::unique_ptr<InputFile> file = platform.openInputFile(path);
@@ -56,7 +56,7 @@ std::optional<std::vector<char>> readFile(const std::string& path, bool isProtec
     return bytes;
 }
 
-/// The text inside a protected file; without it the result says why.
+/// The text inside a protected file; without it the result says why, unless the text is empty.
 std::optional<SecretBytes> openEnvelope(std::vector<char> bytes, const std::string& path,
                                         std::string_view systemId, const SignerCheck& signers,
                                         const Platform& platform, LoadResult& result) {

@@ -22,8 +22,8 @@ struct LoadResult {
     /// Set when the file could not be opened.
     bool fileMissing = false;
 
-    /// Whether there is no point in loading the file again. A file that was passed over, without a
-    /// document and without an error, may be another one next time.
+    /// Whether loading the file again is pointless. A file that was passed over, without a document
+    /// and without an error, may be another one next time.
     bool isFinal() const noexcept {
         return document || fileMissing || !error.empty();
     }

@@ -53,7 +53,7 @@ private:
 constexpr unsigned kParseFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag |
                                  rapidjson::kParseNumbersAsStringsFlag;
 
-/// Builds a document of what the parser finds. Every number becomes 0.
+/// Builds a document from the events of the parser. Every number becomes 0.
 class Builder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Builder> {
 public:
     using Size = rapidjson::SizeType;
@@ -148,34 +148,48 @@ struct LongNumber {
     std::size_t exponent;
 };
 
+bool isInString(std::string_view text, std::size_t place) noexcept {
+    bool inside = false;
+    for (std::size_t i = 0; i < place; ++i) {
+        if (text[i] == '"') {
+            inside = !inside;
+        } else if (text[i] == '\\' && inside) {
+            ++i;
+        }
+    }
+    return inside;
+}
+
 /// The first number that is too big in a way that RapidJSON cannot judge.
 std::optional<LongNumber> findLongNumber(std::string_view text) noexcept {
-    text = text.substr(0, text.find('\0'));
-    bool isInString = false;
-    std::size_t seen = 0;
-    // A run of so many zeros covers one of these places.
-    for (std::size_t place = kMaxLeadingZeros; place < text.size(); place += kMaxLeadingZeros) {
+    std::size_t place = kMaxLeadingZeros;
+    while (place < text.size()) {
+        // A run of so many zeros covers one of these places.
+        if (text[place] != '0') {
+            place += kMaxLeadingZeros;
+            continue;
+        }
         const std::size_t point = text.find_last_not_of('0', place);
-        const std::size_t zerosEnd = text.find_first_not_of('0', place);
-        const std::size_t end = text.find_first_not_of("0123456789", place);
-        if (text[place] != '0' || point == std::string_view::npos || point < 1 ||
-            text[point] != '.' || text[point - 1] != '0' || end == std::string_view::npos ||
-            (text[end] != 'e' && text[end] != 'E') ||
-            !isTooBig(text.substr(end), zerosEnd - point - 1)) {
+        const std::size_t zerosEnd = std::min(text.find_first_not_of('0', place), text.size());
+        place = zerosEnd + kMaxLeadingZeros;
+        if (point == std::string_view::npos || point == 0 || text[point] != '.' ||
+            text[point - 1] != '0') {
+            continue;
+        }
+        const std::size_t end = text.find_first_not_of("0123456789", zerosEnd);
+        if (end == std::string_view::npos) {
+            return std::nullopt;
+        }
+        place = end + kMaxLeadingZeros;
+        const bool hasExponent = text[end] == 'e' || text[end] == 'E';
+        if (!hasExponent || !isTooBig(text.substr(end), zerosEnd - point - 1)) {
             continue;
         }
         std::size_t begin = point - 1;
-        for (; seen < begin; ++seen) {
-            if (text[seen] == '"') {
-                isInString = !isInString;
-            } else if (text[seen] == '\\' && isInString) {
-                ++seen;
-            }
-        }
         if (begin != 0 && text[begin - 1] == '-') {
             --begin;
         }
-        if (!isInString && (begin == 0 || !isDigit(text[begin - 1]))) {
+        if ((begin == 0 || !isDigit(text[begin - 1])) && !isInString(text, begin)) {
             return LongNumber{begin, end};
         }
     }
@@ -185,15 +199,15 @@ std::optional<LongNumber> findLongNumber(std::string_view text) noexcept {
 } // namespace
 
 rapidjson::ParseResult parseDocument(std::string_view text, JsonDocument& document) {
-    const std::optional<LongNumber> number =
-        text.size() > kMaxLeadingZeros ? findLongNumber(text) : std::nullopt;
+    const std::optional<LongNumber> number = text.size() > kMaxLeadingZeros
+                                                 ? findLongNumber(text.substr(0, text.find('\0')))
+                                                 : std::nullopt;
     if (!number) {
         return parse(text, document);
     }
-    // Up to there the parser judges. When it comes to the number's end, the number is what is
-    // wrong.
+    // Any earlier error comes first. A number can fail at its end only.
     const rapidjson::ParseResult result = parse(text.substr(0, number->exponent), document);
-    if (result.IsError() && result.Offset() <= number->begin) {
+    if (result.IsError() && result.Offset() < number->exponent) {
         return result;
     }
     return {rapidjson::kParseErrorNumberTooBig, number->begin};

@@ -52,7 +52,7 @@ public:
     }
 
 private:
-    /// RapidJSON has no memory for a text whose size needs more than 32 bits.
+    /// RapidJSON counts a text and its NUL in 32 bits, so it has no memory for a longer one.
     static rapidjson::SizeType sizeOf(std::string_view text) {
         if (text.size() >= std::numeric_limits<rapidjson::SizeType>::max()) {
             throw std::bad_alloc();
