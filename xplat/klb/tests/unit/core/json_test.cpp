@@ -34,11 +34,5 @@ TEST(JsonAllocator, NoBytesAreNoBlock) {
     EXPECT_EQ(allocator.Realloc(allocator.Malloc(4), 4, 0), nullptr);
 }
 
-TEST(JsonAllocator, TakesNoSizeThatDoesNotFit) {
-    JsonAllocator allocator;
-    [[maybe_unused]] void* volatile block = nullptr;
-    EXPECT_THROW(block = allocator.Malloc(SIZE_MAX - 1), std::bad_alloc);
-}
-
 } // namespace
 } // namespace klb
