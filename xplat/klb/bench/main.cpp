@@ -1,10 +1,11 @@
+#include "judge.h"
 #include "rows.h"
-#include "table.h"
 
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <future>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -31,21 +32,21 @@ private:
 };
 
 struct Options {
-    klb::bench::Format format = klb::bench::Format::kText;
+    bool json = false;
     bool judged = true;
 };
 
 constexpr const char* kUsage =
     "usage: klb_bench [--json] [--no-verdicts] [--benchmark_filter=REGEX]\n"
     "\n"
-    "  --json         print the table as JSON\n"
+    "  --json         print JSON\n"
     "  --no-verdicts  report all rows, judge none\n";
 
 Options readOptions(int argc, char** argv) {
     Options options;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--json") == 0) {
-            options.format = klb::bench::Format::kJson;
+            options.json = true;
         } else if (std::strcmp(argv[i], "--no-verdicts") == 0) {
             options.judged = false;
         } else {
@@ -53,6 +54,13 @@ Options readOptions(int argc, char** argv) {
         }
     }
     return options;
+}
+
+std::unique_ptr<benchmark::BenchmarkReporter> makeReport(bool json) {
+    if (json) {
+        return std::make_unique<benchmark::JSONReporter>();
+    }
+    return std::make_unique<benchmark::ConsoleReporter>(benchmark::ConsoleReporter::OO_Tabular);
 }
 
 /// The exit status: 0 when all rows that are judged meet their goals.
@@ -68,11 +76,13 @@ int run(int argc, char** argv) {
     klb::bench::addColdStartRows();
     klb::bench::addReportRows();
     klb::bench::checkThatGoalsHaveRows();
-    klb::bench::Table table(options.format, options.judged);
-    if (benchmark::RunSpecifiedBenchmarks(&table) == 0) {
+    klb::bench::Judge judge(makeReport(options.json), options.judged);
+    if (benchmark::RunSpecifiedBenchmarks(&judge) == 0) {
         throw std::invalid_argument("no row has such a name");
     }
-    return table.missed() == 0 ? 0 : 1;
+    std::fprintf(stderr, "%zu rows: %zu meet their goal, %zu miss it\n", judge.rows(), judge.met(),
+                 judge.missed());
+    return judge.missed() == 0 ? 0 : 1;
 }
 
 } // namespace
