@@ -32,7 +32,8 @@ if(LIBRARY MATCHES "\\.dll$")
   endforeach()
   list(LENGTH lines address_count)
 
-  string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table[^\n]*\n(.*)" dump "${dump}")
+  # The table ends with an empty line; relocations later in the dump look like its lines.
+  string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table[^\n]*\n([^\n]+\n)*" dump "${dump}")
   string(REGEX MATCHALL "\\[ *[0-9]+\\] [^ \n]+" lines "${dump}")
   foreach(line IN LISTS lines)
     string(REGEX MATCH "^\\[ *([0-9]+)\\] (.+)$" line "${line}")
