@@ -148,20 +148,31 @@ struct LongNumber {
     std::size_t exponent;
 };
 
-bool isInString(std::string_view text, std::size_t place) noexcept {
-    bool inside = false;
-    for (std::size_t i = 0; i < place; ++i) {
-        if (text[i] == '"') {
-            inside = !inside;
-        } else if (text[i] == '\\' && inside) {
-            ++i;
+/// Tells for places of a text, each behind the last one, whether they are in a string.
+class StringFinder {
+public:
+    explicit StringFinder(std::string_view text) noexcept : text_(text) {}
+
+    bool isInString(std::size_t place) noexcept {
+        for (; seen_ < place; ++seen_) {
+            if (text_[seen_] == '"') {
+                inside_ = !inside_;
+            } else if (text_[seen_] == '\\' && inside_) {
+                ++seen_;
+            }
         }
+        return inside_;
     }
-    return inside;
-}
+
+private:
+    std::string_view text_;
+    std::size_t seen_ = 0;
+    bool inside_ = false;
+};
 
 /// The first number that is too big in a way that RapidJSON cannot judge.
 std::optional<LongNumber> findLongNumber(std::string_view text) noexcept {
+    StringFinder strings(text);
     std::size_t place = kMaxLeadingZeros;
     while (place < text.size()) {
         // A run of so many zeros covers one of these places.
@@ -189,7 +200,7 @@ std::optional<LongNumber> findLongNumber(std::string_view text) noexcept {
         if (begin != 0 && text[begin - 1] == '-') {
             --begin;
         }
-        if ((begin == 0 || !isDigit(text[begin - 1])) && !isInString(text, begin)) {
+        if ((begin == 0 || !isDigit(text[begin - 1])) && !strings.isInString(begin)) {
             return LongNumber{begin, end};
         }
     }
